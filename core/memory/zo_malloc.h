@@ -1,0 +1,117 @@
+// zo_malloc.h: aligned heap blocks, the allocator of the growable vectors and
+// the out-of-memory error.
+//
+// zo_malloc hands out a block aligned to `align` bytes (1..255) and zo_free
+// takes it back without being told the size: the byte just before the block
+// holds its distance from the heap block.  Never mix these blocks with plain
+// malloc/free.  Plugins reach the same pair through the C entry points of the
+// plugin ABI header.
+//
+//   void* p = zorvat::zo_malloc(1024, 16);   // null when the heap refuses
+//   zorvat::zo_free(p);
+//
+//   zorvat::zo_vector<long> idx;             // Boost.Container vector that
+//   idx.resize(10);                          // grows by 60 % and throws
+//                                            // insufficient_memory when full
+#pragma once
+
+#include <boost/container/options.hpp>
+#include <boost/container/vector.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <string>
+
+#include "memory/type_lists.h"
+
+namespace zorvat {
+
+// Returns a block of `size` bytes aligned to `align`, or null when the heap
+// refuses; never throws.  An `align` of 0 counts as 1, one above 255 as 255.
+void* zo_malloc(unsigned long size, unsigned long align);
+// Releases a block of zo_malloc; null is ignored.
+void zo_free(void* p);
+
+// The raw pair behind zo_malloc/zo_free.  zo_malloc_impl takes `align` as it
+// is (1..255).  The distance byte is written unsigned and read back signed by
+// zo_free_impl: this asymmetry is intended and means that only alignments up
+// to 127 are released correctly.  Every caller in the library asks for 16.
+void* zo_malloc_impl(unsigned long size, unsigned long align);
+void zo_free_impl(void* p);
+
+namespace internal {
+
+// A failed allocation of `bytes` bytes.  The message names the size in KiB,
+// MiB, GiB or TiB with one decimal ("无法分配 3.0 GiB 大小的内存"); bytes are
+// never printed as such.
+class insufficient_memory : public std::bad_alloc {
+ public:
+  explicit insufficient_memory(unsigned long bytes);
+  const char* what() const noexcept override { return msg_.c_str(); }
+
+ private:
+  std::string msg_;
+};
+
+// Throws std::length_error with the text of a vector that would outgrow the
+// allocator's maximum size.
+[[noreturn]] void throw_max_size_reached();
+
+}  // namespace internal
+
+// Stateless allocator over zo_malloc with alignment 16.  All instances compare
+// equal.  max_size() is the largest count whose byte size fits 64 bits.
+template <class T>
+class zo_allocator {
+ public:
+  using value_type = T;
+  using size_type = std::size_t;
+  using difference_type = std::ptrdiff_t;
+  using propagate_on_container_move_assignment = std::true_type;
+  using is_always_equal = std::true_type;
+  template <class U>
+  struct rebind {
+    using other = zo_allocator<U>;
+  };
+
+  zo_allocator() noexcept = default;
+  template <class U>
+  zo_allocator(const zo_allocator<U>&) noexcept {}
+
+  static constexpr size_type max_elements() noexcept {
+    return std::numeric_limits<std::uint64_t>::max() / sizeof(T);
+  }
+  size_type max_size() const noexcept { return max_elements(); }
+
+  // Throws std::bad_array_new_length above max_size() and
+  // insufficient_memory(n * sizeof(T)) when the heap refuses.
+  T* allocate(size_type n) {
+    if (n > max_elements()) throw std::bad_array_new_length();
+    const unsigned long bytes = static_cast<unsigned long>(n) * sizeof(T);
+    void* p = zo_malloc(bytes, 16);
+    if (!p) throw internal::insufficient_memory(bytes);
+    return static_cast<T*>(p);
+  }
+  void deallocate(T* p, size_type) noexcept { zo_free(p); }
+
+  friend bool operator==(const zo_allocator&, const zo_allocator&) noexcept { return true; }
+  friend bool operator!=(const zo_allocator&, const zo_allocator&) noexcept { return false; }
+};
+
+#define ZORVAT_EXTERN_ALLOCATOR(T) extern template class zo_allocator<T>;
+ZORVAT_FOR_EACH_ALLOC_TYPE(ZORVAT_EXTERN_ALLOCATOR)
+#undef ZORVAT_EXTERN_ALLOCATOR
+
+// The growable vector of the library (sparse storage, index vectors): a
+// Boost.Container vector over zo_allocator that grows by 60 %.  Growing past
+// the allocator's maximum throws std::length_error with
+// "get_next_capacity, allocator's max size reached".
+template <class T>
+using zo_vector = boost::container::vector<
+    T, zo_allocator<T>,
+    typename boost::container::vector_options<
+        boost::container::growth_factor<boost::container::growth_factor_60>>::type>;
+
+}  // namespace zorvat

@@ -1,0 +1,32 @@
+// zorvat.h: the whole public interface of libzorvat_core in one include.
+//
+// Hosts and plugins include this header (plugins also "plugin/zx_plugin.h")
+// and link with -lzorvat_core.  Everything lives in namespace zorvat, with the
+// sub-namespaces zorvat::internal (display workers, plugin manager) and
+// zorvat::global (process-wide hooks and settings).
+//
+//   #include "zorvat.h"
+//   zorvat::matrix<double> m(2, 2);
+//   m << 1, 2, 3, 4;
+//   std::cout << m;
+#pragma once
+
+// Memory and text utilities.
+#include "memory/messages.h"
+#include "memory/str_util.h"
+#include "memory/type_lists.h"
+#include "memory/zo_malloc.h"
+
+// Dense arrays.
+#include "matrix/matrix.h"
+#include "matrix/zo_hdl.h"
+
+// Sparse arrays.
+
+// Values.
+
+// Display.
+
+// Host bridge.
+
+// Plugins.
