@@ -22,6 +22,7 @@
 #include "matrix/zo_hdl.h"
 
 // Sparse arrays.
+#include "sparse/sparse_matrix.h"
 
 // Values.
 
