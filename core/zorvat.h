@@ -29,5 +29,8 @@
 // Display.
 
 // Host bridge.
+#include "host/console.h"
+#include "host/host_query.h"
+#include "host/host_services.h"
 
 // Plugins.
