@@ -34,3 +34,5 @@
 #include "host/host_services.h"
 
 // Plugins.
+#include "plugin/plugin_manager.h"
+#include "plugin/zx_types.h"

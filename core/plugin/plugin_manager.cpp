@@ -1,0 +1,327 @@
+// plugin_manager.cpp: loading and unloading plugins, the function registry,
+// type identifiers, operator registration and C structure types.
+#include "plugin/plugin_manager.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <iostream>
+
+#include "host/host_query.h"
+#include "host/host_services.h"
+#include "memory/messages.h"
+#include "memory/str_util.h"
+
+namespace zorvat {
+namespace internal {
+namespace {
+
+// A plugin's exception from an entry point counts as a non-zero result: the
+// manager never throws for a plugin's failure.
+template <class Fn, class... Args>
+int call_entry(Fn fn, Args... args) {
+  try {
+    return fn(args...);
+  } catch (...) {
+    return -1;
+  }
+}
+
+// Makes the plugin being loaded visible to registrations from its entry
+// points, and restores the previous one afterwards.
+class current_plugin_scope {
+ public:
+  explicit current_plugin_scope(const std::string& name)
+      : data_(plugin_manager_data::get_instance()), saved_(data_.current_plugin()) {
+    data_.current_plugin(name);
+  }
+  ~current_plugin_scope() { data_.current_plugin(saved_); }
+
+ private:
+  plugin_manager_data& data_;
+  std::string saved_;
+};
+
+std::string scripts_dir(const std::string& root, const std::string& name) {
+  return root + "/plugins/" + name + "/scripts";
+}
+
+}  // namespace
+
+plugin_manager::plugin_manager() {
+  zex_ = dlopen("libzex.so", RTLD_NOW);
+  if (!zex_) std::cerr << tr("警告：无法加载 zex 库，部分插件可能无法正常工作") << std::endl;
+}
+
+plugin_manager& plugin_manager::get_instance() {
+  static plugin_manager instance;
+  return instance;
+}
+
+bool plugin_manager::check_signature() const { return true; }
+
+bool plugin_manager::is_loaded(const std::string& name) const { return plugins_.count(name) != 0; }
+
+int plugin_manager::add(const std::string& name, const std::vector<const __zxArray*>& args,
+                        const std::string& root) {
+  if (is_loaded(name)) {
+    error_ = str_format(tr("插件 %s 已经被加载"), name.c_str());
+    return 100;
+  }
+  const std::string path = root + "/plugins/" + name + "/main.so";
+  if (!check_signature()) {
+    error_ = str_format(tr("无法加载 %s - 数字签名验证失败"), name.c_str());
+    return 999;
+  }
+  void* handle = dlopen(path.c_str(), RTLD_NOW);
+  if (!handle) {
+    const char* why = dlerror();
+    error_ = str_format(tr("无法加载 %s - %s"), name.c_str(), why ? why : "");
+    return 1;
+  }
+
+  plugin_info info;
+  info.name = name;
+  info.path = path;
+  info.handle = handle;
+  info.init_lib = reinterpret_cast<zxPluginInitLibFunction>(dlsym(handle, "zxPluginInitLib"));
+  info.init = reinterpret_cast<zxPluginInitFunction>(dlsym(handle, "zxPluginInit"));
+  info.fini = reinterpret_cast<zxPluginFiniFunction>(dlsym(handle, "zxPluginFini"));
+  info.functions = reinterpret_cast<zxPluginFunctionsFunction>(dlsym(handle, "zxPluginFunctions"));
+  if (!info.functions) {
+    dlclose(handle);
+    error_ = tr("加载错误 - 没有定义 zxPluginFunctions");
+    return 2;
+  }
+
+  // Validation before anything is recorded, so a refused plugin leaves no trace.
+  for (const zxFunctionEntry* row = info.functions(); row && row->function; ++row) {
+    if (!row->name) continue;
+    const std::string fname = row->name;
+    const size_t sep = fname.find("::");
+    if (sep != std::string::npos) {
+      const std::string ns = fname.substr(0, sep);
+      if (ns.empty() || ns == "builtin") {
+        dlclose(handle);
+        error_ = str_format(tr("无效的命名空间名称 %s"), ns.c_str());
+        return 7;
+      }
+    }
+    auto owner = functions_.find(fname);
+    if (owner != functions_.end()) {
+      const std::string other = owner->second.plugin;
+      dlclose(handle);
+      error_ = str_format(tr("符号冲突 - 函数 %s 已经在另一插件 %s 中定义"), fname.c_str(), other.c_str());
+      return 3;
+    }
+  }
+
+  for (const zxFunctionEntry* row = info.functions(); row && row->function; ++row) {
+    if (row->name) functions_.emplace(row->name, plugin_fcn_info{row->name, name, row->function, row->help});
+  }
+  const zxPluginInitLibFunction init_lib = info.init_lib;
+  const zxPluginInitFunction init = info.init;
+  plugins_[name] = std::move(info);
+
+  {
+    current_plugin_scope scope(name);
+    if (init_lib && call_entry(init_lib, zex_) != 0) {
+      error_ = tr("初始化外部库错误 - zxPluginInitLib 返回非零值");
+      remove(name);
+      return 4;
+    }
+    if (init) {
+      // The count is the full size while the array starts one element in:
+      // this pairing is part of the plugin ABI and is kept on purpose.
+      const __zxArray** array = args.empty() ? nullptr : const_cast<const __zxArray**>(args.data()) + 1;
+      if (call_entry(init, static_cast<int>(args.size()), array) != 0) {
+        error_ = tr("初始化错误 - zxPluginInit 返回非零值");
+        remove(name);
+        return 5;
+      }
+    }
+  }
+
+  std::string scripts = scripts_dir(root, name);
+  global::F2KQuery_fwd("addpath", &scripts);
+  error_.clear();
+  return 0;
+}
+
+int plugin_manager::remove(const std::string& name) {
+  auto it = plugins_.find(name);
+  if (it == plugins_.end()) {
+    error_ = str_format(tr("插件 %s 未被加载，因此不需要卸载"), name.c_str());
+    return 101;
+  }
+  plugin_info& info = it->second;
+
+  // Objects of the plugin's types must go before its code does.
+  if (global::clear_extern_obj) global::clear_extern_obj(info.type_ids);
+
+  bool fini_failed = false;
+  if (info.fini && call_entry(info.fini) != 0) {
+    fini_failed = true;
+    error_ = str_format(tr("插件 %s 的 fini 函数返回非零值"), name.c_str());
+  }
+
+  if (info.functions) {
+    for (const zxFunctionEntry* row = info.functions(); row && row->function; ++row) {
+      if (!row->name) continue;
+      auto f = functions_.find(row->name);
+      if (f != functions_.end() && f->second.plugin == name) functions_.erase(f);
+    }
+  }
+  for (unsigned long key : info.operator_keys) operators_.erase(key);
+
+  plugin_manager_data::get_instance().remove_overload_function_by_tag(name);
+  for (int id : info.type_ids) {
+    if (id % 2 == 0) cstructs_.erase(id);
+  }
+
+  if (info.handle) dlclose(info.handle);
+  plugins_.erase(it);
+
+  const char* env_root = std::getenv("ZORVAT_PLUGIN_PATH");
+  std::string scripts = scripts_dir(env_root ? env_root : "", name);
+  global::F2KQuery_fwd("rmpath", &scripts);
+  return fini_failed ? 6 : 0;
+}
+
+plugin_manager::function plugin_manager::get_function_by_name(const std::string& name) const {
+  if (function fn = lookup_zex_function(name)) return fn;
+  auto it = functions_.find(name);
+  return it == functions_.end() ? nullptr : it->second.function;
+}
+
+const char* plugin_manager::get_function_help_by_name(const std::string& name) const {
+  auto it = functions_.find(name);
+  return it == functions_.end() ? nullptr : it->second.help;
+}
+
+std::vector<std::string> plugin_manager::get_export_function_list(const std::string& plugin) const {
+  std::vector<std::string> names;
+  auto it = plugins_.find(plugin);
+  if (it == plugins_.end()) {
+    error_ = str_format(tr("插件 [%s] 未被载入"), plugin.c_str());
+    return names;
+  }
+  if (!it->second.functions) return names;
+  for (const zxFunctionEntry* row = it->second.functions(); row && row->function; ++row) {
+    if (row->name) names.emplace_back(row->name);
+  }
+  return names;
+}
+
+plugin_info& plugin_manager::operator[](const std::string& plugin) const { return plugins_[plugin]; }
+
+int plugin_manager::next_cxx_obj_id(const std::string& plugin) {
+  auto it = plugins_.find(plugin);
+  if (it == plugins_.end()) {
+    error_ = str_format(tr("错误 - 插件 %s 未被载入"), plugin.c_str());
+    return -1;
+  }
+  const int id = cxx_obj_counter_;
+  cxx_obj_counter_ += 2;
+  it->second.type_ids.push_back(id);
+  error_.clear();
+  return id;
+}
+
+bool plugin_manager::is_unary(zxOperatorID op) { return op >= 21 && op <= 26; }
+bool plugin_manager::is_binary(zxOperatorID op) { return (op >= 1 && op <= 18) || op == 27; }
+bool plugin_manager::is_ternary(zxOperatorID op) { return op == 28; }
+
+const char* plugin_manager::operator_symbol(zxOperatorID op) {
+  static const char* const symbols[] = {
+      "+",  "-",  ".*", "./", ".\\", "*",   "/",   "\\",  ".^", "^",  "<",  ">",         "<=",      ">=",
+      "~=", "==", "&",  "|",  "[,]", "[;]", "u-", "u+", "~",  ".'", "'",  "subsindex", "subsref", "subsasgn"};
+  const int i = static_cast<int>(op);
+  return (i >= 1 && i <= 28) ? symbols[i - 1] : "(unknown)";
+}
+
+unsigned long plugin_manager::operator_key(zxOperatorID op, int type) {
+  return (static_cast<unsigned long>(op) << 48) | static_cast<unsigned long>(static_cast<long>(type));
+}
+
+unsigned long plugin_manager::hash_type(zxOperatorID op, int t1, int t2, int t3) {
+  return (static_cast<unsigned long>(op) << 48) |
+         (static_cast<unsigned long>(static_cast<unsigned int>(t1)) << 32) |
+         (static_cast<unsigned long>(static_cast<long>(t2)) << 16) |
+         static_cast<unsigned long>(static_cast<long>(t3));
+}
+
+int plugin_manager::register_operator(const std::string& plugin, zxOperatorID op, int type, function fn) {
+  auto it = plugins_.find(plugin);
+  if (it == plugins_.end()) {
+    error_ = str_format(tr("错误 - 插件 %s 未被载入"), plugin.c_str());
+    return -1;
+  }
+  const unsigned long key = operator_key(op, type);
+  if (operators_.count(key)) {
+    error_ = tr("错误 - 算符已被定义");
+    return -2;
+  }
+  if (type <= 99) {
+    error_ = tr("错误 - 无效的类型 ID");
+    return -3;
+  }
+  operators_.emplace(key, fn);
+  it->second.operator_keys.push_back(key);
+  error_.clear();
+  return 0;
+}
+
+int plugin_manager::register_operator(const std::string& plugin, zxOperatorID op, int t1, int, int,
+                                      function fn) {
+  return register_operator(plugin, op, t1, fn);
+}
+
+int plugin_manager::register_overload_function(const std::string& name, const std::string& tag, function fn) {
+  return plugin_manager_data::get_instance().register_overload_function(name, tag, fn, 1);
+}
+
+int plugin_manager::add_cstruct(const std::string& plugin, void* (*copy)(const void*), void (*destroy)(void*)) {
+  auto it = plugins_.find(plugin);
+  if (it == plugins_.end()) {
+    error_ = str_format(tr("添加结构体错误 - 插件 %s 未被载入"), plugin.c_str());
+    return -1;
+  }
+  cstruct_counter_ += 2;
+  const int id = cstruct_counter_;
+  cstructs_[id] = cstruct_info{copy, destroy};
+  it->second.type_ids.push_back(id);
+  error_.clear();
+  return id;
+}
+
+const cstruct_info* plugin_manager::get_cstruct(int id) const {
+  auto it = cstructs_.find(id);
+  return it == cstructs_.end() ? nullptr : &it->second;
+}
+
+plugin_manager_data& plugin_manager_data::get_instance() {
+  static plugin_manager_data instance;
+  return instance;
+}
+
+int plugin_manager_data::register_overload_function(const std::string& name, const std::string& tag,
+                                                    function fn, int flag) {
+  const std::string& key = (flag != 0 && tag.empty()) ? current_ : tag;
+  return ofun_[name].emplace(key, fn).second ? 0 : 1;
+}
+
+void plugin_manager_data::remove_overload_function_by_tag(const std::string& tag) {
+  for (auto& entry : ofun_) entry.second.erase(tag);
+}
+
+}  // namespace internal
+
+void return_overload_check_fail() { throw overload_check_failure(); }
+void return_overload_check_fail_msg(std::string const& msg) { throw overload_check_failure(msg); }
+
+namespace global {
+internal::plugin_manager& plugin_mgr() { return internal::plugin_manager::get_instance(); }
+}  // namespace global
+
+}  // namespace zorvat
