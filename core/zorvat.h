@@ -25,6 +25,16 @@
 #include "sparse/sparse_matrix.h"
 
 // Values.
+#include "value/cell_array.h"
+#include "value/container_base.h"
+#include "value/extern_obj_base.h"
+#include "value/function_handle.h"
+#include "value/one_line.h"
+#include "value/records.h"
+#include "value/structure.h"
+#include "value/variable_list.h"
+#include "value/zo_obj.h"
+#include "value/zo_type.h"
 
 // Display.
 
