@@ -1,0 +1,341 @@
+#include "display/number_format.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+namespace zorvat {
+namespace internal {
+
+namespace {
+
+constexpr double pow10_d[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                              1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+constexpr std::uint64_t pow10_u[] = {1ull,
+                                     10ull,
+                                     100ull,
+                                     1000ull,
+                                     10000ull,
+                                     100000ull,
+                                     1000000ull,
+                                     10000000ull,
+                                     100000000ull,
+                                     1000000000ull,
+                                     10000000000ull,
+                                     100000000000ull,
+                                     1000000000000ull,
+                                     10000000000000ull,
+                                     100000000000000ull,
+                                     1000000000000000ull};
+constexpr int max_fast_prec = 15;
+
+// The rounding error of the product p = fl(a * b): a * b == p + result
+// exactly, as long as nothing overflows or underflows.
+inline double product_error(double a, double b, double p) {
+#ifdef __FMA__
+  return std::fma(a, b, -p);
+#else
+  // Dekker's product with Veltkamp splitting; without FMA instructions the
+  // compiler cannot contract these operations.
+  constexpr double split = 134217729.0;  // 2^27 + 1
+  double t = split * a;
+  const double ah = t - (t - a), al = a - ah;
+  t = split * b;
+  const double bh = t - (t - b), bl = b - bh;
+  return ((ah * bh - p) + ah * bl + al * bh) + al * bl;
+#endif
+}
+
+// Decimal digits of v at p, returns the end.
+inline char* write_u64(char* p, std::uint64_t v) {
+  char tmp[24];
+  int n = 0;
+  do {
+    tmp[n++] = static_cast<char>('0' + v % 10);
+    v /= 10;
+  } while (v != 0);
+  while (n > 0) *p++ = tmp[--n];
+  return p;
+}
+
+inline char* write_hex(char* p, std::uint64_t v) {
+  char tmp[24];
+  int n = 0;
+  do {
+    tmp[n++] = "0123456789abcdef"[v & 15];
+    v >>= 4;
+  } while (v != 0);
+  while (n > 0) *p++ = tmp[--n];
+  return p;
+}
+
+// |x| (finite, sign already written) under "%.<prec>f", returns the end.
+char* write_fixed_abs(char* p, double ax, int prec) {
+  if (prec <= max_fast_prec) {
+    const double scale = pow10_d[prec];
+    const double hi = ax * scale;
+    if (hi < 4503599627370496.0) {  // 2^52: hi - floor(hi) and the tie test stay exact
+      const double lo = product_error(ax, scale, hi);
+      const double whole = std::floor(hi);
+      // Sign of (ax * scale - whole - 1/2), computed exactly: the subtraction
+      // is exact and the last addition rounds to nearest, keeping the sign.
+      const double above_half = ((hi - whole) - 0.5) + lo;
+      std::uint64_t n = static_cast<std::uint64_t>(whole);
+      if (above_half > 0 || (above_half == 0 && (n & 1))) ++n;  // ties to even
+      p = write_u64(p, n / pow10_u[prec]);
+      if (prec > 0) {
+        *p++ = '.';
+        std::uint64_t frac = n % pow10_u[prec];
+        for (int k = prec - 1; k >= 0; --k) {
+          p[k] = static_cast<char>('0' + frac % 10);
+          frac /= 10;
+        }
+        p += prec;
+      }
+      return p;
+    }
+  }
+  // Large magnitudes and long precisions: the standard conversion is
+  // specified to produce printf's text.
+  return std::to_chars(p, p + compiled_format::max_text / 2, ax, std::chars_format::fixed, prec).ptr;
+}
+
+// Right-aligns [start, end) in `width` (left-aligns with `left`), returns the end.
+inline char* pad_field(char* start, char* end, int width, bool left) {
+  const long len = end - start;
+  if (len >= width) return end;
+  const long fill = width - len;
+  if (left) {
+    std::memset(end, ' ', static_cast<size_t>(fill));
+  } else {
+    std::memmove(start + fill, start, static_cast<size_t>(len));
+    std::memset(start, ' ', static_cast<size_t>(fill));
+  }
+  return end + fill;
+}
+
+char* format_floating_at(char* p, double x, char conv, int width, int prec, bool left) {
+  char* const start = p;
+  if (std::signbit(x)) *p++ = '-';
+  if (std::isnan(x)) {
+    std::memcpy(p, "nan", 3);
+    p += 3;
+  } else if (std::isinf(x)) {
+    std::memcpy(p, "inf", 3);
+    p += 3;
+  } else if (conv == 'f') {
+    p = write_fixed_abs(p, std::fabs(x), prec);
+  } else {
+    p = std::to_chars(p, p + compiled_format::max_text / 2, std::fabs(x), std::chars_format::scientific, prec)
+            .ptr;
+  }
+  return pad_field(start, p, width, left);
+}
+
+}  // namespace
+
+size_t format_floating(char* buf, double x, char conv, int width, int prec, bool zero_pad) {
+  if (zero_pad || prec < 0 || prec > 30 || width > 100 || (conv != 'f' && conv != 'e')) {
+    // Outside the supported subset: let the C library decide.
+    char fmt[32];
+    std::snprintf(fmt, sizeof fmt, "%%%s*.*%c", zero_pad ? "0" : "", conv);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    const int n = std::snprintf(buf, compiled_format::max_text, fmt, width, prec, x);
+#pragma GCC diagnostic pop
+    return n < 0 ? 0 : static_cast<size_t>(n);
+  }
+  char* end = format_floating_at(buf, x, conv, width < 0 ? -width : width, prec, width < 0);
+  *end = '\0';
+  return static_cast<size_t>(end - buf);
+}
+
+compiled_format::compiled_format(const char* fmt) : fmt_(fmt) {
+  fast_ = fmt != nullptr;
+  const char* p = fmt;
+  while (fast_) {
+    if (npieces_ == max_pieces) {
+      fast_ = false;
+      break;
+    }
+    piece_rec& pc = pieces_[npieces_++];
+    pc = piece_rec{p, 0, 0, false, false, 0, -1, false};
+    while (*p && !(p[0] == '%' && p[1] != '%')) {
+      if (p[0] == '%') {  // "%%" is a literal percent sign: not used by the display
+        fast_ = false;
+        break;
+      }
+      ++p;
+    }
+    pc.lit_len = static_cast<int>(p - pc.lit);
+    if (!fast_ || *p == '\0') break;
+    ++p;  // '%'
+    if (*p == '0') {
+      pc.zero_pad = true;
+      ++p;
+    }
+    if (*p == '*') {
+      pc.star = true;
+      ++p;
+    } else {
+      while (*p >= '0' && *p <= '9') pc.width = pc.width * 10 + (*p++ - '0');
+    }
+    if (*p == '.') {
+      ++p;
+      pc.prec = 0;
+      while (*p >= '0' && *p <= '9') pc.prec = pc.prec * 10 + (*p++ - '0');
+    }
+    if (*p == 'l') {
+      pc.is_long = true;
+      ++p;
+    }
+    pc.conv = *p;
+    switch (pc.conv) {
+      case 'f':
+      case 'e':
+        fast_ = !pc.zero_pad && !pc.is_long && pc.width <= 100 && pc.prec <= 30;
+        break;
+      case 'd':
+      case 'u':
+      case 'x':
+        fast_ = pc.prec < 0 && pc.width <= 100;
+        break;
+      case 'c':
+        fast_ = pc.prec < 0 && !pc.zero_pad && !pc.is_long && pc.width <= 100;
+        break;
+      default:
+        fast_ = false;
+    }
+    if (fast_) ++p;
+  }
+  // The argument signature that the fast path serves: '*' for a star width,
+  // 'r' for a floating conversion, 'i' for an integer one, 'c' for a character.
+  int n = 0;
+  for (int k = 0; fast_ && k < npieces_ && pieces_[k].conv != 0; ++k) {
+    if (pieces_[k].star) sig_[n++] = '*';
+    const char c = pieces_[k].conv;
+    sig_[n++] = (c == 'f' || c == 'e') ? 'r' : c == 'c' ? 'c' : 'i';
+  }
+  sig_[n] = '\0';
+}
+
+bool compiled_format::accepts(const char* convs) const {
+  return fast_ && std::strcmp(sig_, convs) == 0;
+}
+
+size_t compiled_format::run(char* buf, const arg* args) const {
+  char* p = buf;
+  for (int k = 0; k < npieces_; ++k) {
+    const piece_rec& pc = pieces_[k];
+    std::memcpy(p, pc.lit, static_cast<size_t>(pc.lit_len));
+    p += pc.lit_len;
+    if (pc.conv == 0) break;
+    int width = pc.width;
+    bool left = false;
+    if (pc.star) {
+      width = static_cast<int>((args++)->i);
+      if (width < 0) {  // a negative '*' width means left alignment, as in printf
+        left = true;
+        width = width == INT32_MIN ? 0 : -width;
+      }
+    }
+    const arg& a = *args++;
+    if (pc.conv == 'f' || pc.conv == 'e') {
+      p = format_floating_at(p, a.d, pc.conv, width, pc.prec < 0 ? 6 : pc.prec, left);
+      continue;
+    }
+    char* const start = p;
+    if (pc.conv == 'c') {
+      *p++ = static_cast<char>(a.i);
+    } else if (pc.conv == 'd') {
+      const long v = pc.is_long ? a.i : static_cast<int>(a.i);
+      const std::uint64_t mag = v < 0 ? 0 - static_cast<std::uint64_t>(v) : static_cast<std::uint64_t>(v);
+      if (v < 0) *p++ = '-';
+      char* const digits = p;
+      p = write_u64(p, mag);
+      if (pc.zero_pad && !left && p - start < width) {
+        const long fill = width - (p - start);
+        std::memmove(digits + fill, digits, static_cast<size_t>(p - digits));
+        std::memset(digits, '0', static_cast<size_t>(fill));
+        p += fill;
+      }
+    } else {
+      const std::uint64_t v = pc.is_long ? static_cast<std::uint64_t>(a.i)
+                                         : static_cast<unsigned int>(static_cast<int>(a.i));
+      p = pc.conv == 'u' ? write_u64(p, v) : write_hex(p, v);
+      if (pc.zero_pad && !left && p - start < width) {
+        const long fill = width - (p - start);
+        std::memmove(start + fill, start, static_cast<size_t>(p - start));
+        std::memset(start, '0', static_cast<size_t>(fill));
+        p += fill;
+      }
+    }
+    p = pad_field(start, p, width, left);
+  }
+  *p = '\0';
+  return static_cast<size_t>(p - buf);
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+
+namespace {
+size_t measured(int n) { return n < 0 ? 0 : static_cast<size_t>(n); }
+}  // namespace
+
+size_t compiled_format::real(char* buf, double x) const {
+  if (!accepts("r")) return measured(std::snprintf(buf, max_text, fmt_, x));
+  arg a[1];
+  a[0].d = x;
+  return run(buf, a);
+}
+
+size_t compiled_format::complex(char* buf, double re, int sign, double im) const {
+  if (!accepts("rcr")) return measured(std::snprintf(buf, max_text, fmt_, re, sign, im));
+  arg a[3];
+  a[0].d = re;
+  a[1].i = sign;
+  a[2].d = im;
+  return run(buf, a);
+}
+
+size_t compiled_format::character(char* buf, int c) const {
+  if (!accepts("c")) return measured(std::snprintf(buf, max_text, fmt_, c));
+  arg a[1];
+  a[0].i = c;
+  return run(buf, a);
+}
+
+size_t compiled_format::integer(char* buf, int width, long v) const {
+  if (!accepts("*i") || width > 100 || width < -100) {
+    const bool wide = std::strchr(fmt_, 'l') != nullptr;
+    return measured(wide ? std::snprintf(buf, max_text, fmt_, width, v)
+                         : std::snprintf(buf, max_text, fmt_, width, static_cast<int>(v)));
+  }
+  arg a[2];
+  a[0].i = width;
+  a[1].i = v;
+  return run(buf, a);
+}
+
+size_t compiled_format::integer(char* buf, int width, unsigned long v) const {
+  return integer(buf, width, static_cast<long>(v));
+}
+
+size_t compiled_format::integer(char* buf, long v) const {
+  if (!accepts("i")) {
+    const bool wide = std::strchr(fmt_, 'l') != nullptr;
+    return measured(wide ? std::snprintf(buf, max_text, fmt_, v)
+                         : std::snprintf(buf, max_text, fmt_, static_cast<int>(v)));
+  }
+  arg a[1];
+  a[0].i = v;
+  return run(buf, a);
+}
+
+#pragma GCC diagnostic pop
+
+}  // namespace internal
+}  // namespace zorvat
