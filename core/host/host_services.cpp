@@ -5,6 +5,7 @@
 
 #include "host/host_query.h"
 #include "memory/str_util.h"
+#include "value/zo_obj.h"
 
 namespace zorvat {
 namespace {
@@ -25,6 +26,14 @@ void feval(std::vector<std::shared_ptr<zo_obj const>>& args,
            std::vector<std::shared_ptr<zo_obj>>& results) {
   static void* ptr = nullptr;
   if (host_call_function fn = cached_entry(ptr, "feval_ptr")) fn(args, results);
+}
+
+void eval(std::string const& code, std::vector<std::shared_ptr<zo_obj>>& results) {
+  static void* ptr = nullptr;
+  host_call_function fn = cached_entry(ptr, "eval_ptr");
+  if (!fn) return;
+  std::vector<std::shared_ptr<zo_obj const>> args{std::make_shared<zo_obj>(code)};
+  fn(args, results);
 }
 
 std::string which(std::string const& name) {
