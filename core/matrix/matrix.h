@@ -29,6 +29,7 @@
 
 #include "matrix/zo_hdl.h"
 #include "memory/type_lists.h"
+#include "memory/zo_malloc.h"
 
 namespace zorvat {
 
@@ -196,6 +197,11 @@ class matrix : public matrix_base {
   // checked against the block's size.  A col_step of -1 selects m.
   matrix view(long m, long n, long start = 0, long col_step = -1, long row_step = 1) const;
   matrix view(const std::vector<long>& dims, const std::vector<long>& strides, long start) const;
+  // Braced lists pick the N-d form: view({3, 2}, {1, 3}, 0).
+  matrix view(std::initializer_list<long> dims, std::initializer_list<long> strides,
+              long start) const {
+    return view(std::vector<long>(dims), std::vector<long>(strides), start);
+  }
   // A contiguous array holding the same elements: a second array on the same
   // block when this one is contiguous already, else a fresh standard copy.
   matrix contiguous() const;

@@ -115,3 +115,9 @@ using zo_vector = boost::container::vector<
         boost::container::growth_factor<boost::container::growth_factor_60>>::type>;
 
 }  // namespace zorvat
+
+// The same pair with C linkage, for plugins with a C interface.
+extern "C" {
+void* zo_malloc(unsigned long size, unsigned long align);
+void zo_free(void* p);
+}

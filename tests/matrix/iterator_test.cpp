@@ -1,0 +1,154 @@
+// Column-major walks of strided N-d views, and the stream dump.
+#include <gtest/gtest.h>
+
+#include <complex>
+#include <sstream>
+#include <vector>
+
+#include "matrix/matrix.h"
+
+namespace zorvat {
+namespace {
+
+// The elements of a view in column-major order, computed from its dims and
+// strides with plain nested subscripts.
+std::vector<double> reference_walk(const matrix<double>& m) {
+  std::vector<double> out;
+  const auto& d = m.dim_vec();
+  std::vector<long> idx(d.size(), 0);
+  if (m.size() == 0) return out;
+  for (;;) {
+    long off = 0;
+    for (size_t k = 0; k < d.size(); ++k) off += idx[k] * m.stride(static_cast<long>(k));
+    out.push_back(m.data()[off]);
+    size_t k = 0;
+    while (k < d.size() && ++idx[k] == d[k]) idx[k++] = 0;
+    if (k == d.size()) return out;
+  }
+}
+
+std::vector<double> iterator_walk(const matrix<double>& m) {
+  std::vector<double> out;
+  for (auto it = m.begin(); it != m.end(); ++it) out.push_back(*it);
+  return out;
+}
+
+struct WalkCase {
+  std::vector<long> block_dims, dims, strides;
+  long start;
+};
+
+class MatrixWalk : public ::testing::TestWithParam<WalkCase> {};
+
+TEST_P(MatrixWalk, VisitsTheViewInColumnMajorOrder) {
+  const auto& c = GetParam();
+  matrix<double> block(c.block_dims);
+  for (long i = 0; i < block.size(); ++i) block[i] = static_cast<double>(i);
+  const auto v = block.view(c.dims, c.strides, c.start);
+  EXPECT_EQ(iterator_walk(v), reference_walk(v));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Views, MatrixWalk,
+    ::testing::Values(WalkCase{{3, 4}, {3, 4}, {1, 3}, 0},           // standard
+                      WalkCase{{4, 4}, {2, 2}, {1, 4}, 5},           // inner block
+                      WalkCase{{6, 6, 6}, {3, 3, 3}, {2, 12, 72}, 0},  // every second element
+                      WalkCase{{4, 3, 2, 2}, {2, 3, 2, 2}, {2, 4, 12, 24}, 1},
+                      WalkCase{{5, 5}, {5, 5}, {5, 1}, 0},           // transposed strides
+                      WalkCase{{4, 4}, {2, 1, 3}, {1, 0, 4}, 0},      // zero stride
+                      WalkCase{{2, 2}, {1, 1}, {1, 1}, 3}));
+
+TEST(MatrixIterator, AZeroExtentStillWalksTheOtherExtent) {
+  matrix<double> m(0, 3);
+  auto b = m.begin(), e = m.end();
+  EXPECT_NE(b, e);
+  int steps = 0;
+  for (; b != e; ++b) ++steps;
+  EXPECT_EQ(steps, 3);
+  EXPECT_EQ(e.index(), (std::vector<long>{0, 3}));
+}
+
+TEST(MatrixIterator, EndIsTheSameWhicheverDimensionTheWalkAdvancedAlong) {
+  matrix<double> m({2, 3, 4});
+  for (long d = 0; d < 3; ++d) {
+    auto it = m.begin();
+    while (it != m.end()) it.advance_along_dim(d);
+    EXPECT_EQ(it.index(), (std::vector<long>{0, 0, 4})) << "dimension " << d;
+  }
+  auto it = m.begin();
+  it.advance_along_dim(1);
+  EXPECT_EQ(it.index(), (std::vector<long>{0, 1, 0}));
+  EXPECT_EQ(&*it, &m(0, 1, 0));
+}
+
+TEST(MatrixIterator, ComparisonLooksAtSubscriptsOnly) {
+  matrix<double> a(2, 2), b(2, 2);
+  auto ia = a.begin(), ib = b.begin();
+  EXPECT_EQ(ia, ib);
+  ++ia;
+  EXPECT_NE(ia, ib);
+  auto old = ib++;
+  EXPECT_EQ(ia, ib);
+  EXPECT_EQ(old, b.begin());
+}
+
+// ---------------------------------------------------------------- stream output
+
+template <class T>
+std::string dump(const matrix<T>& m) {
+  std::ostringstream os;
+  os << m;
+  return os.str();
+}
+
+TEST(MatrixStream, WritesRowsWithTabs) {
+  matrix<double> m(2, 2);
+  m << 1, 2, 3, 4.5;
+  EXPECT_EQ(dump(m), "1\t3\t\n2\t4.5\t\n");
+}
+
+TEST(MatrixStream, EmptyArraysWriteTheNote) {
+  EXPECT_EQ(dump(matrix<double>(0, 3)), "(空矩阵)\n");
+  EXPECT_EQ(dump(matrix<int>({2, 0, 3})), "(空矩阵)\n");
+}
+
+TEST(MatrixStream, EveryPageRepeatsTheFirstPage) {
+  matrix<int> m({2, 1, 2});
+  m << 1, 2, 3, 4;
+  EXPECT_EQ(dump(m), "(:, :, 1) = \n1\t\n2\t\n(:, :, 2) = \n1\t\n2\t\n");
+}
+
+TEST(MatrixStream, ElementFormattingFollowsTheType) {
+  matrix<signed char> s(1, 2);
+  s << 65, 'z';
+  EXPECT_EQ(dump(s), "A\tz\t\n");
+  matrix<unsigned char> u(1, 1);
+  u << 66;
+  EXPECT_EQ(dump(u), "B\t\n");
+  matrix<bool> l(1, 2);
+  l << true, false;
+  EXPECT_EQ(dump(l), "1\t0\t\n");
+  matrix<std::complex<float>> z(1, 1);
+  z << std::complex<float>(1.5f, -2.0f);
+  EXPECT_EQ(dump(z), "(1.5,-2)\t\n");
+  matrix<unsigned long> big(1, 1);
+  big << 18446744073709551615ul;
+  EXPECT_EQ(dump(big), "18446744073709551615\t\n");
+  matrix<float> f(1, 1);
+  f << 0.1f;
+  EXPECT_EQ(dump(f), "0.1\t\n");
+  std::ostringstream os;
+  os.precision(10);
+  os << f;
+  EXPECT_EQ(os.str(), "0.1000000015\t\n");  // widened to double, the stream's flags apply
+}
+
+TEST(MatrixStream, StridedViewsPrintWhatTheyAddress) {
+  matrix<int> m(3, 3);
+  m << 1, 2, 3, 4, 5, 6, 7, 8, 9;
+  EXPECT_EQ(dump(m.view(2, 2, 1, 3, 1)), "2\t5\t\n3\t6\t\n");
+  EXPECT_EQ(dump(m.diag()), "1\t\n5\t\n9\t\n");
+}
+
+}  // namespace
+}  // namespace zorvat

@@ -1,0 +1,222 @@
+// Aligned blocks, the allocator, the out-of-memory message and the text
+// helpers.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include "memory/str_util.h"
+#include "memory/zo_malloc.h"
+
+namespace zorvat {
+namespace {
+
+unsigned distance_byte(void* p) { return static_cast<unsigned char*>(p)[-1]; }
+
+struct AlignCase {
+  unsigned long asked, effective;
+};
+
+class ZoMallocAlign : public ::testing::TestWithParam<AlignCase> {};
+
+TEST_P(ZoMallocAlign, ResultIsAlignedAndRecordsItsDistance) {
+  const auto c = GetParam();
+  for (unsigned long size : {0ul, 1ul, 7ul, 100ul, 4096ul}) {
+    void* p = zo_malloc(size, c.asked);
+    ASSERT_NE(p, nullptr);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % c.effective, 0u);
+    EXPECT_GE(distance_byte(p), 1u);
+    EXPECT_LE(distance_byte(p), c.effective);
+    zo_free(p);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Alignments, ZoMallocAlign,
+                         ::testing::Values(AlignCase{0, 1}, AlignCase{1, 1}, AlignCase{8, 8},
+                                           AlignCase{16, 16}, AlignCase{64, 64},
+                                           AlignCase{127, 127}));
+
+TEST(ZoMalloc, AlignmentZeroPutsTheBlockOneBytePastTheHeapBlock) {
+  void* p = zo_malloc(32, 0);
+  EXPECT_EQ(distance_byte(p), 1u);
+  zo_free(p);
+}
+
+TEST(ZoMalloc, AlignmentAbove255IsClampedTo255) {
+  void* p = zo_malloc(32, 1000);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 255, 0u);
+  EXPECT_LE(distance_byte(p), 255u);
+  // A distance above 127 reads back negative: release the heap block by hand.
+  std::free(static_cast<unsigned char*>(p) - distance_byte(p));
+}
+
+TEST(ZoMalloc, FreeOfNullDoesNothing) {
+  zo_free(nullptr);
+  zo_free_impl(nullptr);
+}
+
+TEST(ZoMalloc, CEntryPointsShareTheBlockFormat) {
+  void* p = ::zo_malloc(10, 16);
+  ASSERT_NE(p, nullptr);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 16, 0u);
+  zorvat::zo_free(p);
+  ::zo_free(zorvat::zo_malloc(10, 16));
+}
+
+TEST(ZoMalloc, RefusedRequestReturnsNull) {
+  EXPECT_EQ(zo_malloc(std::numeric_limits<unsigned long>::max() - 300, 16), nullptr);
+}
+
+struct MessageCase {
+  unsigned long bytes;
+  const char* text;
+};
+
+class InsufficientMemoryMessage : public ::testing::TestWithParam<MessageCase> {};
+
+TEST_P(InsufficientMemoryMessage, NamesTheSizeInBinaryUnits) {
+  EXPECT_STREQ(internal::insufficient_memory(GetParam().bytes).what(), GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, InsufficientMemoryMessage,
+    ::testing::Values(MessageCase{0, "无法分配 0.0 KiB 大小的内存"},
+                      MessageCase{100, "无法分配 0.1 KiB 大小的内存"},
+                      MessageCase{1536, "无法分配 1.5 KiB 大小的内存"},
+                      MessageCase{1048575, "无法分配 1024.0 KiB 大小的内存"},
+                      MessageCase{1048576, "无法分配 1.0 MiB 大小的内存"},
+                      MessageCase{3221225472ul, "无法分配 3.0 GiB 大小的内存"},
+                      MessageCase{1ul << 40, "无法分配 1.0 TiB 大小的内存"},
+                      MessageCase{1ul << 50, "无法分配 1024.0 TiB 大小的内存"},
+                      MessageCase{1ul << 60, "无法分配 1048576.0 TiB 大小的内存"}));
+
+TEST(InsufficientMemory, IsABadAlloc) {
+  try {
+    throw internal::insufficient_memory(2048);
+  } catch (const std::bad_alloc& e) {
+    EXPECT_STREQ(e.what(), "无法分配 2.0 KiB 大小的内存");
+  }
+}
+
+TEST(ZoAllocator, MaxSizeIsTheLargestCountWhoseBytesFit64Bits) {
+  EXPECT_EQ(zo_allocator<double>().max_size(), (1ul << 61) - 1);
+  EXPECT_EQ(zo_allocator<long>().max_size(), (1ul << 61) - 1);
+  EXPECT_EQ(zo_allocator<float>().max_size(), (1ul << 62) - 1);
+  EXPECT_EQ(zo_allocator<std::complex<double>>().max_size(), (1ul << 60) - 1);
+  EXPECT_EQ(zo_allocator<bool>().max_size(), std::numeric_limits<std::uint64_t>::max());
+  EXPECT_TRUE(zo_allocator<double>() == zo_allocator<double>());
+}
+
+TEST(ZoAllocator, BlocksAre16ByteAligned) {
+  zo_allocator<std::complex<float>> a;
+  auto* p = a.allocate(3);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 16, 0u);
+  a.deallocate(p, 3);
+}
+
+TEST(ZoAllocator, CountsBeyondTheMaximumThrowBadArrayNewLength) {
+  zo_allocator<double> a;
+  EXPECT_THROW(a.allocate(a.max_size() + 1), std::bad_array_new_length);
+}
+
+TEST(ZoAllocator, ExhaustedHeapThrowsInsufficientMemoryWithTheByteCount) {
+  zo_allocator<double> a;
+  try {
+    a.allocate(1ul << 58);  // 2 EiB
+    FAIL() << "allocation succeeded";
+  } catch (const internal::insufficient_memory& e) {
+    EXPECT_STREQ(e.what(), "无法分配 2097152.0 TiB 大小的内存");
+  }
+}
+
+TEST(ZoVector, GrowsBySixtyPercent) {
+  zo_vector<long> v;
+  v.reserve(100);
+  v.resize(100);
+  v.push_back(1);
+  EXPECT_EQ(v.capacity(), 160u);
+  v.resize(160);
+  v.insert(v.end(), 200, 0L);  // more than 60 % needed: exactly what is needed
+  EXPECT_EQ(v.capacity(), 360u);
+}
+
+TEST(ZoVector, ResizeZeroFillsNewElements) {
+  zo_vector<double> v(3, 7.0);
+  v.resize(6);
+  EXPECT_EQ(v[5], 0.0);
+}
+
+TEST(ZoVector, GrowingPastTheAllocatorMaximumIsALengthError) {
+  zo_vector<double> v(4, 0.0);
+  try {
+    v.insert(v.end(), v.max_size() - 2, 0.0);
+    FAIL() << "no length error";
+  } catch (const std::length_error& e) {
+    EXPECT_STREQ(e.what(), "get_next_capacity, allocator's max size reached");
+  }
+}
+
+// ---------------------------------------------------------------- text
+
+TEST(StrFormat, FormatsLikeSnprintf) {
+  EXPECT_EQ(str_format("%ldx%ld", 3L, 4L), "3x4");
+  EXPECT_EQ(str_format("%.1f %ciB", 1.25, 'K'), "1.2 KiB");
+  EXPECT_EQ(str_format("%*s|%-*d|", 5, "ab", 3, 7), "   ab|7  |");
+  EXPECT_EQ(str_format("plain"), "plain");
+  EXPECT_EQ(str_format("%s", ""), "");
+}
+
+TEST(StrFormat, LongResultsComeBackWhole) {
+  const std::string big(5000, 'z');
+  const std::string r = str_format("<%s>", big.c_str());
+  ASSERT_EQ(r.size(), 5002u);
+  EXPECT_EQ(r, "<" + big + ">");
+}
+
+struct SplitCase {
+  const char* in;
+  std::vector<std::string> fields;
+};
+
+class SplitV : public ::testing::TestWithParam<SplitCase> {};
+
+TEST_P(SplitV, KeepsEmptyFieldsButNoTrailingOne) {
+  EXPECT_EQ(split_v(GetParam().in, ','), GetParam().fields);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Fields, SplitV,
+    ::testing::Values(SplitCase{"", {}}, SplitCase{",", {""}}, SplitCase{"a,b,", {"a", "b"}},
+                      SplitCase{"a,,b", {"a", "", "b"}}, SplitCase{",a", {"", "a"}},
+                      SplitCase{"abc", {"abc"}}, SplitCase{" a , b ", {" a ", " b "}},
+                      SplitCase{"a,,", {"a", ""}}));
+
+TEST(SplitS, SortsAndCollapsesDuplicates) {
+  EXPECT_EQ(split_s("b,a,b", ','), (std::set<std::string>{"a", "b"}));
+  EXPECT_EQ(split_s(",a", ','), (std::set<std::string>{"", "a"}));
+  EXPECT_TRUE(split_s("", ',').empty());
+  EXPECT_EQ(*split_s("b;B;a", ';').begin(), "B");  // byte-wise order
+}
+
+struct TrimCase {
+  const char* in;
+  const char* chars;
+  const char* out;
+};
+
+class Trim : public ::testing::TestWithParam<TrimCase> {};
+
+TEST_P(Trim, DropsTheGivenCharactersAtBothEnds) {
+  EXPECT_EQ(internal::trim(GetParam().in, GetParam().chars), GetParam().out);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, Trim,
+                         ::testing::Values(TrimCase{"  x  ", " ", "x"}, TrimCase{"   ", " ", ""},
+                                           TrimCase{"", " ", ""}, TrimCase{" a b ", " ", "a b"},
+                                           TrimCase{"\t-x-\n", "\t\n-", "x"},
+                                           TrimCase{" x ", "", " x "}));
+
+}  // namespace
+}  // namespace zorvat
