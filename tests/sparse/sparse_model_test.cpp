@@ -1,0 +1,241 @@
+// Model-based tests of sparse_matrix<T>: random inputs checked against a dense
+// reference that follows the rules of the sparse matrix independently (one
+// record per place instead of column markers and packing).
+#include <gtest/gtest.h>
+
+#include <complex>
+#include <deque>
+#include <random>
+#include <vector>
+
+#include "sparse/sparse_matrix.h"
+
+namespace {
+
+using zorvat::sparse_matrix;
+using zorvat::triplet;
+
+template <class T>
+T plus(const T& a, const T& b) {
+  if constexpr (std::is_same_v<T, bool>) return a || b;
+  else return a + b;
+}
+
+template <class T>
+T conj_of(const T& v) {
+  if constexpr (std::is_same_v<T, std::complex<double>> || std::is_same_v<T, std::complex<float>>)
+    return std::conj(v);
+  else return v;
+}
+
+// Small integers (about one value in five is zero), so duplicates cancel and
+// every sum is exact.
+template <class T>
+T random_value(std::mt19937& g) {
+  std::uniform_int_distribution<int> d(-2, 2);
+  if constexpr (std::is_same_v<T, bool>) return d(g) > 0;
+  else if constexpr (std::is_same_v<T, std::complex<double>> || std::is_same_v<T, std::complex<float>>)
+    return T(d(g), d(g) / 2);
+  else return T(d(g));
+}
+
+// The dense reference: which places hold an entry and their values.
+template <class T>
+struct model {
+  long m = 0, n = 0;
+  std::deque<T> val;  // not std::vector: no packed bool
+  std::vector<char> stored;
+  model(long m_, long n_) : m(m_), n(n_), val(m_ * n_, T()), stored(m_ * n_, 0) {}
+  T get(long i, long j) const { return i < 0 || j < 0 || i >= m || j >= n ? T() : val[i + j * m]; }
+  bool has(long i, long j) const { return stored[i + j * m]; }
+
+  // The coordinate rule: leading zeros of a place are skipped, everything
+  // from its first non-zero on is summed, even to zero.
+  void add(const triplet<T>& t) {
+    const long k = t.row + t.col * m;
+    if (stored[k]) val[k] = plus(val[k], t.value);
+    else if (t.value != T()) stored[k] = 1, val[k] = t.value;
+  }
+  void set(long i, long j, const T& v) {
+    if (v == T() || i < 0 || j < 0 || i >= m || j >= n) return;
+    stored[i + j * m] = 1;
+    val[i + j * m] = v;
+  }
+};
+
+template <class T>
+void expect_matches(const sparse_matrix<T>& s, const model<T>& ref) {
+  ASSERT_EQ(s.rows(), ref.m);
+  ASSERT_EQ(s.cols(), ref.n);
+  const long* jc = s.jc();
+  const long* jce = s.jce();
+  const long* ir = s.ir();
+  ASSERT_LE(jc[s.cols()], s.nzmax());
+  for (long j = 0; j < s.cols(); ++j) {
+    ASSERT_LE(jc[j], jce[j]);
+    ASSERT_LE(jce[j], jc[j + 1]);
+    long count = 0;
+    for (long i = 0; i < ref.m; ++i) count += ref.has(i, j);
+    ASSERT_EQ(jce[j] - jc[j], count) << "column " << j;
+    for (long k = jc[j]; k < jce[j]; ++k) {
+      if (k > jc[j]) {
+        ASSERT_LT(ir[k - 1], ir[k]) << "column " << j;
+      }
+      ASSERT_TRUE(ref.has(ir[k], j));
+      EXPECT_EQ(s[k], ref.get(ir[k], j));
+    }
+  }
+  for (long j = -1; j <= s.cols(); ++j)
+    for (long i = -1; i <= s.rows(); ++i) ASSERT_EQ(s.get_value(i, j), ref.get(i, j)) << i << "," << j;
+}
+
+template <class T>
+struct random_case {
+  std::vector<triplet<T>> list;
+  long m, n;
+  model<T> ref;
+};
+
+// Up to 60 triplets in about 12 x 12, some beyond the asked shape.
+template <class T>
+random_case<T> make_case(std::mt19937& g) {
+  std::uniform_int_distribution<long> size(0, 12), count(0, 60), over(0, 3);
+  const long m = size(g), n = size(g);
+  const long rmax = m + over(g), cmax = n + over(g);
+  std::vector<triplet<T>> list(rmax > 0 && cmax > 0 ? count(g) : 0);
+  long rows = m, cols = n;
+  for (auto& t : list) {
+    t = {random_value<T>(g), std::uniform_int_distribution<long>(0, cmax - 1)(g),
+         std::uniform_int_distribution<long>(0, rmax - 1)(g)};
+    rows = std::max(rows, t.row + 1);
+    cols = std::max(cols, t.col + 1);
+  }
+  model<T> ref(rows, cols);
+  for (const auto& t : list) ref.add(t);
+  return {list, m, n, ref};
+}
+
+template <class T>
+class SparseModel : public ::testing::Test {};
+using SparseTypes = ::testing::Types<double, float, std::complex<double>, std::complex<float>, bool>;
+TYPED_TEST_SUITE(SparseModel, SparseTypes);
+
+TYPED_TEST(SparseModel, TripletsFollowTheCoordinateRule) {
+  using T = TypeParam;
+  std::mt19937 g(1);
+  for (int c = 0; c < 300; ++c) {
+    auto rc = make_case<T>(g);
+    sparse_matrix<T> s(rc.list, rc.m, rc.n);
+    ASSERT_NO_FATAL_FAILURE(expect_matches(s, rc.ref));
+    EXPECT_EQ(s.nzmax(), static_cast<long>(rc.list.size()));
+    EXPECT_EQ(s.jc()[0], 0);
+    for (long j = 0; j < s.cols(); ++j) EXPECT_EQ(s.jce()[j], s.jc()[j + 1]);
+
+    const auto full = s.to_full();
+    for (long j = 0; j < s.cols(); ++j)
+      for (long i = 0; i < s.rows(); ++i) ASSERT_EQ(full(i, j), rc.ref.get(i, j));
+    const auto back = s.to_triplet();
+    ASSERT_EQ(static_cast<long>(back.size()), s.nnz());
+    for (const auto& t : back) ASSERT_EQ(t.value, rc.ref.get(t.row, t.col));
+  }
+}
+
+// set_value sequences, with zeros and indices outside the matrix, on packed
+// matrices and on matrices with random room behind their columns.
+TYPED_TEST(SparseModel, SetValueSequences) {
+  using T = TypeParam;
+  std::mt19937 g(2);
+  for (int with_slack = 0; with_slack < 2; ++with_slack) {
+    for (int c = 0; c < 60; ++c) {
+      auto rc = make_case<T>(g);
+      sparse_matrix<T> s(rc.list, rc.m, rc.n);
+      if (with_slack) {
+        std::vector<long> room(s.cols());
+        for (auto& r : room) r = std::uniform_int_distribution<long>(-1, 3)(g);
+        s.reserve(room);
+        ASSERT_NO_FATAL_FAILURE(expect_matches(s, rc.ref));
+      }
+      for (int step = 0; step < 40; ++step) {
+        const long i = std::uniform_int_distribution<long>(-1, s.rows())(g);
+        const long j = std::uniform_int_distribution<long>(-1, s.cols())(g);
+        const T v = random_value<T>(g);
+        const std::vector<long> jc(s.jc(), s.jc() + s.cols() + 1);
+        const std::vector<long> jce(s.jce(), s.jce() + s.cols());
+        const long nzmax = s.nzmax();
+        const bool inside = i >= 0 && j >= 0 && i < s.rows() && j < s.cols();
+        const bool grows = inside && v != T() && !rc.ref.has(i, j);
+        const bool room = inside && jce[j] < jc[j + 1];
+
+        s.set_value(i, j, v);
+        rc.ref.set(i, j, v);
+        ASSERT_NO_FATAL_FAILURE(expect_matches(s, rc.ref));
+        if (grows && room) {
+          // Only column j moved.
+          EXPECT_EQ(s.nzmax(), nzmax);
+          EXPECT_EQ(std::vector<long>(s.jc(), s.jc() + s.cols() + 1), jc);
+          for (long c2 = 0; c2 < s.cols(); ++c2) EXPECT_EQ(s.jce()[c2], jce[c2] + (c2 == j));
+        } else {
+          EXPECT_EQ(s.nzmax(), nzmax + (grows ? 1 : 0));
+        }
+      }
+    }
+  }
+}
+
+TYPED_TEST(SparseModel, TransposesEntryByEntry) {
+  using T = TypeParam;
+  std::mt19937 g(3);
+  for (int c = 0; c < 100; ++c) {
+    auto rc = make_case<T>(g);
+    sparse_matrix<T> s(rc.list, rc.m, rc.n);
+    if (c % 2) s.reserve(std::vector<long>(s.cols(), 2));  // transposing drops slack
+    for (bool conj : {false, true}) {
+      model<T> expected(rc.ref.n, rc.ref.m);
+      for (long j = 0; j < rc.ref.n; ++j)
+        for (long i = 0; i < rc.ref.m; ++i) {
+          expected.val[j + i * expected.m] = conj ? conj_of(rc.ref.get(i, j)) : rc.ref.get(i, j);
+          expected.stored[j + i * expected.m] = rc.ref.has(i, j);
+        }
+      sparse_matrix<T> t = s;
+      if (conj) t.ctranspose();
+      else t.transpose();
+      ASSERT_NO_FATAL_FAILURE(expect_matches(t, expected));
+      EXPECT_EQ(t.nzmax(), t.nnz());
+    }
+  }
+}
+
+TYPED_TEST(SparseModel, ResizesEntryByEntry) {
+  using T = TypeParam;
+  std::mt19937 g(4);
+  for (int c = 0; c < 100; ++c) {
+    auto rc = make_case<T>(g);
+    sparse_matrix<T> s(rc.list, rc.m, rc.n);
+    std::uniform_int_distribution<long> d(-1, 15);
+    const long m2 = d(g), n2 = d(g);
+    sparse_matrix<T> cut = s;
+    cut.conservative_resize(m2, n2);
+    model<T> expected(std::max(m2, 0L), std::max(n2, 0L));
+    for (long j = 0; j < std::min(expected.n, rc.ref.n); ++j)
+      for (long i = 0; i < std::min(expected.m, rc.ref.m); ++i) {
+        expected.val[i + j * expected.m] = rc.ref.get(i, j);
+        expected.stored[i + j * expected.m] = rc.ref.has(i, j);
+      }
+    ASSERT_NO_FATAL_FAILURE(expect_matches(cut, expected));
+    // The resized matrix keeps accepting entries everywhere, new columns too.
+    for (long j = 0; j < expected.n; ++j)
+      for (long i = 0; i < expected.m; i += 3) {
+        const T v = random_value<T>(g);
+        cut.set_value(i, j, v);
+        expected.set(i, j, v);
+      }
+    ASSERT_NO_FATAL_FAILURE(expect_matches(cut, expected));
+
+    sparse_matrix<T> fresh = s;
+    fresh.resize(m2, n2);
+    ASSERT_NO_FATAL_FAILURE(expect_matches(fresh, model<T>(expected.m, expected.n)));
+    EXPECT_EQ(fresh.nnz(), 0);
+  }
+}
+
+}  // namespace
