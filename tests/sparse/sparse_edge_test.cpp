@@ -1,0 +1,203 @@
+// Edge cases of sparse_matrix<T>: shapes, raw arrays, stable reordering,
+// storage reservation, deep copies and failures that must leave the matrix
+// as it was.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <complex>
+#include <stdexcept>
+#include <vector>
+
+#include "memory/zo_malloc.h"
+#include "sparse/sparse_matrix.h"
+
+namespace {
+
+using zorvat::sparse_matrix;
+using zorvat::triplet;
+
+const char* const max_size_text = "get_next_capacity, allocator's max size reached";
+
+TEST(SparseShape, NegativeSizesCountAsZero) {
+  sparse_matrix<double> s(-3, -1, -5);
+  EXPECT_EQ(s.rows(), 0);
+  EXPECT_EQ(s.cols(), 0);
+  EXPECT_EQ(s.nzmax(), 0);
+  EXPECT_EQ(s.jc()[0], 0);
+  EXPECT_TRUE(s.is_empty());
+  EXPECT_EQ(s.dim(2), 1);
+}
+
+TEST(SparseTriplets, EntriesBeyondTheShapeGrowIt) {
+  sparse_matrix<double> s(std::vector<triplet<double>>{{1.0, 0, 4}}, 2, 2);
+  EXPECT_EQ(s.rows(), 5);
+  EXPECT_EQ(s.cols(), 2);
+  EXPECT_EQ(s.get_value(4, 0), 1.0);
+}
+
+TEST(SparseTriplets, ZeroBeforeValueIsDroppedButCancellingPairStays) {
+  struct row { double first, second, stored; };
+  for (const row& r : {row{0, 3, 3}, row{2, -2, 0}, row{0, 0, -1}, row{-0.0, 5, 5}}) {
+    sparse_matrix<double> s(std::vector<triplet<double>>{{r.first, 1, 1}, {r.second, 1, 1}}, 2, 2);
+    if (r.stored < 0) {
+      EXPECT_EQ(s.jce()[1] - s.jc()[1], 0) << r.first << " " << r.second;
+    } else {
+      ASSERT_EQ(s.jce()[1] - s.jc()[1], 1) << r.first << " " << r.second;
+      EXPECT_EQ(s[s.jc()[1]], r.stored);
+    }
+  }
+}
+
+TEST(SparseTriplets, NegativeIndexIsRejected) {
+  EXPECT_THROW(sparse_matrix<double>(std::vector<triplet<double>>{{1.0, -1, 0}}, 2, 2), std::runtime_error);
+  EXPECT_THROW(sparse_matrix<double>(std::vector<triplet<double>>{{1.0, 0, -1}}, 2, 2), std::runtime_error);
+}
+
+TEST(SparseShape, NnzCountsSlackBetweenColumns) {
+  sparse_matrix<double> s(std::vector<triplet<double>>{{1.0, 0, 0}, {2.0, 1, 1}}, 2, 2);
+  s.reserve(std::vector<long>{3});
+  EXPECT_EQ(s.nnz(), 5);
+  EXPECT_EQ(s.to_triplet().size(), 2u);
+}
+
+TEST(SparseRawArrays, AreCopiedAsPackedColumns) {
+  const long ir[] = {0, 2, 1};
+  const long jc[] = {0, 2, 2, 3};
+  const double pr[] = {1, 2, 3};
+  sparse_matrix<double> s(3, 3, 3, ir, jc, pr);
+  EXPECT_EQ(std::vector<long>(s.jce(), s.jce() + 3), (std::vector<long>{2, 2, 3}));
+  EXPECT_EQ(s.get_value(2, 0), 2.0);
+  EXPECT_EQ(s.get_value(1, 2), 3.0);
+  EXPECT_EQ(s.to_full()(1, 2), 3.0);
+}
+
+// Columns short enough for insertion and long enough for the buffered sort.
+TEST(SparseReorder, KeepsEntriesOfEqualRowsInOrder) {
+  for (long len : {5L, 200L}) {
+    std::vector<long> ir(len);
+    std::vector<double> pr(len);
+    for (long k = 0; k < len; ++k) ir[k] = (k * 7) % 4, pr[k] = static_cast<double>(k);
+    const long jc[] = {0, len};
+    sparse_matrix<double> s(4, 1, len, ir.data(), jc, pr.data());
+    s.reorder();
+    for (long k = 1; k < len; ++k) {
+      ASSERT_LE(s.ir()[k - 1], s.ir()[k]);
+      if (s.ir()[k - 1] == s.ir()[k]) {
+        ASSERT_LT(s[k - 1], s[k]) << "length " << len;
+      }
+    }
+  }
+}
+
+TEST(SparseCompress, ShrinkCutsStorageToTheEntriesKept) {
+  const long ir[] = {0, 1, 0};
+  const long jc[] = {0, 2, 3};
+  const double pr[] = {0, 4, 5};
+  for (bool shrink : {false, true}) {
+    sparse_matrix<double> s(2, 2, 3, ir, jc, pr);
+    s.compress(shrink);
+    EXPECT_EQ(s.nzmax(), shrink ? 2 : 3);
+    EXPECT_EQ(s.jc()[2], 2);
+    EXPECT_EQ(s.get_value(1, 0), 4.0);
+    EXPECT_EQ(s.get_value(0, 1), 5.0);
+  }
+}
+
+TEST(SparseCopy, IsDeep) {
+  sparse_matrix<double> a(std::vector<triplet<double>>{{1.0, 0, 0}}, 3, 3);
+  sparse_matrix<double> b = a;
+  EXPECT_NE(a.pr(), b.pr());
+  b.set_value(2, 2, 9.0);
+  b[0] = 7.0;
+  EXPECT_EQ(a.get_value(2, 2), 0.0);
+  EXPECT_EQ(a.get_value(0, 0), 1.0);
+  a = b;
+  EXPECT_EQ(a.get_value(2, 2), 9.0);
+  EXPECT_NE(a.ir(), b.ir());
+}
+
+TEST(SparseReserve, TotalRoomKeepsStorageInPlace) {
+  sparse_matrix<double> s(1000, 1, 0);
+  s.reserve(500);
+  const double* before = s.pr();
+  for (long i = 0; i < 500; ++i) s.set_value(999 - 2 * i, 0, 1.0 + i);
+  EXPECT_EQ(s.pr(), before);
+  EXPECT_EQ(s.nzmax(), 500);
+  EXPECT_EQ(s.get_value(999, 0), 1.0);
+}
+
+TEST(SparseResize, DimsVectorsNameTwoDimensions) {
+  sparse_matrix<double> s(std::vector<triplet<double>>{{1.0, 1, 1}}, 2, 2);
+  s.conservative_resize(std::vector<long>{3, 2, 1});
+  EXPECT_EQ(s.rows(), 3);
+  EXPECT_EQ(s.get_value(1, 1), 1.0);
+  EXPECT_THROW(s.conservative_resize(std::vector<long>{3, 2, 2}), std::runtime_error);
+  EXPECT_THROW(s.resize(std::vector<long>{3, 2, 2}), std::runtime_error);
+  EXPECT_EQ(s.cols(), 2);
+  EXPECT_EQ(s.get_value(1, 1), 1.0);
+  s.resize(std::vector<long>{4});
+  EXPECT_EQ(s.rows(), 4);
+  EXPECT_EQ(s.cols(), 1);
+  EXPECT_EQ(s.nnz(), 0);
+}
+
+// Failures, for every element type: the matrix afterwards is the one before.
+template <class T>
+class SparseFailure : public ::testing::Test {
+ protected:
+  sparse_matrix<T> s{std::vector<triplet<T>>{{T(1), 0, 1}, {T(1), 1, 0}}, 2, 2};
+  void expect_unchanged() {
+    EXPECT_EQ(s.rows(), 2);
+    EXPECT_EQ(s.cols(), 2);
+    EXPECT_EQ(s.get_value(1, 0), T(1));
+    EXPECT_EQ(s.get_value(0, 1), T(1));
+    EXPECT_EQ(s.nnz(), 2);
+  }
+};
+using SparseTypes = ::testing::Types<double, float, std::complex<double>, std::complex<float>, bool>;
+TYPED_TEST_SUITE(SparseFailure, SparseTypes);
+
+template <class F>
+std::string length_error_text(F f) {
+  try {
+    f();
+  } catch (const std::length_error& e) {
+    return e.what();
+  }
+  return "no length error";
+}
+
+TYPED_TEST(SparseFailure, VectorsBeyondTheMaximumRaiseTheLengthError) {
+  using T = TypeParam;
+  EXPECT_EQ(length_error_text([] { sparse_matrix<T>(1, LONG_MAX, 0); }), max_size_text);
+  EXPECT_EQ(length_error_text([&] { this->s.initialize(1, LONG_MAX, 0); }), max_size_text);
+  EXPECT_EQ(length_error_text([&] { this->s.conservative_resize(2, LONG_MAX); }), max_size_text);
+  EXPECT_EQ(length_error_text([&] { this->s.reserve(std::vector<long>{LONG_MAX, LONG_MAX}); }),
+            max_size_text);
+  EXPECT_EQ(length_error_text([&] { this->s.reserve(LONG_MAX); }), max_size_text);
+  this->expect_unchanged();
+}
+
+TYPED_TEST(SparseFailure, ExhaustedHeapRaisesInsufficientMemory) {
+  using T = TypeParam;
+  EXPECT_THROW(sparse_matrix<T>(1, 1, 1L << 58), zorvat::internal::insufficient_memory);
+  EXPECT_THROW(this->s.initialize(1, 1, 1L << 58), zorvat::internal::insufficient_memory);
+  EXPECT_THROW(this->s.reserve(std::vector<long>{1L << 58}), zorvat::internal::insufficient_memory);
+  this->expect_unchanged();
+}
+
+TYPED_TEST(SparseFailure, RowMarkerBeyondTheVectorLimit) {
+  using T = TypeParam;
+  sparse_matrix<T> tall(LONG_MAX, 2, 0);
+  tall.set_value(LONG_MAX - 1, 1, T(1));
+  try {
+    tall.compress(true);
+    FAIL() << "compress of LONG_MAX rows did not throw";
+  } catch (const std::length_error& e) {
+    EXPECT_STREQ(e.what(), "cannot create std::vector larger than max_size()");
+  }
+  EXPECT_EQ(tall.get_value(LONG_MAX - 1, 1), T(1));
+  EXPECT_EQ(tall.nzmax(), 1);
+}
+
+}  // namespace
