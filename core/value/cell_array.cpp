@@ -1,0 +1,159 @@
+#include "value/cell_array.h"
+
+#include "memory/str_util.h"
+#include "value/kind_table.h"
+#include "value/variable_list.h"
+
+namespace zorvat {
+
+namespace {
+
+void fill_fresh(matrix<cell_array::element>& m) {
+  for (auto& e : m) e = internal::make_empty_element();
+}
+
+// A null element reads as a fresh empty value.
+const zo_obj& element_or_empty(const std::shared_ptr<zo_obj const>& obj, zo_obj& scratch) {
+  if (obj) return *obj;
+  scratch = zo_obj(type_double, nullptr);
+  return scratch;
+}
+
+}  // namespace
+
+cell_array::cell_array() = default;
+
+cell_array::cell_array(long m, long n) : data_(m, n) { fill_fresh(data_); }
+
+cell_array::cell_array(const std::vector<long>& dims) : data_(dims) { fill_fresh(data_); }
+
+cell_array::cell_array(const std::vector<std::shared_ptr<zo_obj>>& items, bool deep)
+    : data_(1, static_cast<long>(items.size())) {
+  for (size_t i = 0; i < items.size(); ++i) {
+    const auto& item = items[i];
+    data_[static_cast<long>(i)] = !item  ? internal::make_empty_element()
+                                  : deep ? std::make_shared<zo_obj>(*item)
+                                         : item;
+  }
+}
+
+cell_array::cell_array(const std::vector<std::shared_ptr<zo_obj const>>& items)
+    : data_(1, static_cast<long>(items.size())) {
+  for (size_t i = 0; i < items.size(); ++i) {
+    const auto& item = items[i];
+    data_[static_cast<long>(i)] =
+        item ? std::const_pointer_cast<zo_obj>(item) : internal::make_empty_element();
+  }
+}
+
+cell_array::cell_array(matrix<element> elements) : data_(std::move(elements)) {}
+
+cell_array::cell_array(const cell_array& other) : container_base(other) { copy_impl(other); }
+
+cell_array::cell_array(cell_array&& other) noexcept { move_impl(std::move(other)); }
+
+cell_array& cell_array::operator=(const cell_array& other) {
+  copy_impl(other);
+  return *this;
+}
+
+cell_array& cell_array::operator=(cell_array&& other) noexcept {
+  move_impl(std::move(other));
+  return *this;
+}
+
+cell_array::~cell_array() = default;
+
+void cell_array::copy_impl(const cell_array& src) {
+  if (this != &src) data_ = src.data_;
+}
+
+void cell_array::move_impl(cell_array&& src) noexcept {
+  if (this != &src) data_ = std::move(src.data_);
+}
+
+void cell_array::copy_on_write_each() {
+  for (auto& e : data_) internal::detach_element(e);
+}
+
+std::vector<std::shared_ptr<zo_obj>> cell_array::as_std_vector() const {
+  std::vector<std::shared_ptr<zo_obj>> v;
+  v.reserve(static_cast<size_t>(data_.size()));
+  for (const auto& e : data_) v.push_back(e);
+  return v;
+}
+
+std::vector<std::shared_ptr<zo_obj const>> cell_array::as_std_vector_c() const {
+  std::vector<std::shared_ptr<zo_obj const>> v;
+  v.reserve(static_cast<size_t>(data_.size()));
+  for (const auto& e : data_) v.push_back(e);
+  return v;
+}
+
+zo_obj cell_array::as_variable_list() const {
+  auto list = std::make_unique<VariableList>(as_std_vector());
+  return zo_obj(type_variable_list, list.release());
+}
+
+std::string cell_array::to_string() const {
+  std::string s;
+  zo_obj scratch;
+  // Only the first page of an N-d cell.
+  for (long r = 0; r < rows(); ++r) {
+    for (long c = 0; c < cols(); ++c) {
+      s += "  {";
+      s += element_or_empty(data_(r, c), scratch).brief_type_str();
+      s += "}";
+    }
+    s += "\n";
+  }
+  return s;
+}
+
+const char* cell_array::type_str_cell(std::shared_ptr<zo_obj const> obj) {
+  // Indexed by kind.  Complex kinds share their real counterparts' names and
+  // sparse kinds are "unknown", both on purpose.
+  static const char* const names[] = {
+      "unknown", "int8",     "int16",   "int32",   "int64",   "uint8",   "uint16",  "uint32",
+      "uint64",  "double",   "single",  "double",  "single",  "char",    "logical", "function",
+      "struct",  "string",   "control", "handle",  "unknown", "extern",  "void",    "unknown",
+      "unknown", "cell",     "unknown", "unknown", "unknown", "unknown", "unknown", "unknown",
+  };
+  static_assert(sizeof(names) / sizeof(names[0]) == 32, "one name per kind 0..31");
+  const int t = obj ? static_cast<int>(obj->type) : static_cast<int>(type_double);
+  return t >= 0 && t < 32 ? names[t] : "unknown";
+}
+
+namespace {
+
+// The dims of an element: arrays, cells and structures have their own; every
+// other kind is 1x1.
+const std::vector<long>& element_dims(const zo_obj& v, const std::vector<long>& one_by_one) {
+  if (const matrix_base* a = v.array_base()) return a->dim_vec();
+  if (const container_base* c = v.container()) return c->dim_vec();
+  return one_by_one;
+}
+
+}  // namespace
+
+std::string cell_array::size_str_cell(std::shared_ptr<zo_obj const> obj) {
+  zo_obj scratch;
+  const std::vector<long> one_by_one{1, 1};
+  const std::vector<long>& d = element_dims(element_or_empty(obj, scratch), one_by_one);
+  if (d.size() == 2) return str_format("%ldx%ld", d[0], d[1]);
+  if (d.size() == 3) return str_format("%ldx%ldx%ld", d[0], d[1], d[2]);
+  return str_format("%ld-D", static_cast<long>(d.size()));
+}
+
+std::string cell_array::size_str_cell(std::shared_ptr<zo_obj const> obj, int wr, int wc) {
+  zo_obj scratch;
+  const zo_obj& v = element_or_empty(obj, scratch);
+  const bool text_or_number = (v.type >= type_int8 && v.type <= type_char) || v.type == type_string;
+  const matrix_base* a = v.array_base();
+  if (text_or_number && a && a->is_scalar()) return str_format("%*dx%-*d", wr, 1, wc, 1);
+  const std::vector<long> one_by_one{1, 1};
+  const std::vector<long>& d = element_dims(v, one_by_one);
+  return str_format("%*ldx%-*ld", wr, d[0], wc, d[1]);
+}
+
+}  // namespace zorvat
