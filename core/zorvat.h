@@ -37,6 +37,13 @@
 #include "value/zo_type.h"
 
 // Display.
+#include "display/display.h"
+#include "display/display_dense.h"
+#include "display/display_format.h"
+#include "display/display_kinds.h"
+#include "display/display_sinks.h"
+#include "display/display_text.h"
+#include "display/number_format.h"
 
 // Host bridge.
 #include "host/console.h"

@@ -1,0 +1,247 @@
+#include "display/display_dense.h"
+
+#include <algorithm>
+#include <complex>
+#include <type_traits>
+
+#include "display/display_format.h"
+#include "display/display_text.h"
+#include "display/number_format.h"
+#include "memory/messages.h"
+#include "memory/str_util.h"
+#include "value/zo_obj.h"
+
+namespace zorvat {
+namespace internal {
+
+namespace {
+
+template <class T>
+struct is_complex : std::false_type {};
+template <class T>
+struct is_complex<std::complex<T>> : std::true_type {};
+
+// The sign character of format 9: '+' above zero, '-' below, a blank for
+// zero and NaN.  Complex elements are judged by their real part.
+template <class T>
+char sign_char(const T& v) {
+  if constexpr (is_complex<T>::value) {
+    return sign_char(v.real());
+  } else {
+    return v > T(0) ? '+' : v < T(0) ? '-' : ' ';
+  }
+}
+
+// The text of one element into buf (compiled_format::max_text bytes);
+// returns its length.
+template <class T>
+size_t element_text(char* buf, const compiled_format& f, const format_info& info,
+                    const T& v, typename real_of<T>::type scale) {
+  if constexpr (std::is_same_v<T, double> || std::is_same_v<T, float>) {
+    const size_t n = f.real(buf, static_cast<double>(v / scale));
+    convert_nan_inplace(buf, n);
+    return n;
+  } else if constexpr (is_complex<T>::value) {
+    using R = typename T::value_type;
+    const R im = v.imag();
+    const size_t n = f.complex(buf, static_cast<double>(v.real() / scale), im < R(0) ? '-' : '+',
+                               static_cast<double>(std::abs(im) / scale));
+    convert_nan_inplace(buf, n);
+    return n;
+  } else if constexpr (std::is_same_v<T, bool>) {
+    (void)info;
+    return f.integer(buf, static_cast<long>(v));
+  } else if constexpr (std::is_signed_v<T>) {
+    return f.integer(buf, info.field_width, static_cast<long>(v));
+  } else {
+    return f.integer(buf, info.field_width, static_cast<unsigned long>(v));
+  }
+}
+
+// Steps the zero-based slice index (dimensions 3 and up) in storage order.
+void next_slice(std::vector<long>& index, const std::vector<long>& dims) {
+  for (size_t k = 0; k < index.size(); ++k) {
+    if (++index[k] < dims[k + 2]) return;
+    index[k] = 0;
+  }
+}
+
+long slice_offset(const std::vector<long>& index, const std::vector<long>& strides) {
+  long off = 0;
+  for (size_t k = 0; k < index.size(); ++k) off += index[k] * strides[k + 2];
+  return off;
+}
+
+long slice_count(const std::vector<long>& dims) {
+  long p = 1;
+  for (size_t k = 2; k < dims.size(); ++k) p *= dims[k];
+  return p;
+}
+
+template <class S>
+void write_slice_header(S& s, const std::vector<long>& index) {
+  s << single_matrix_page_header(index) << "\n";
+  loose_newline(s);
+}
+
+template <class S>
+void char_matrix(S& s, const matrix<char>& m) {
+  if (m.is_empty()) return;
+  const std::vector<long>& dims = m.dim_vec();
+  const long rows = dims[0], cols = dims[1], slices = slice_count(dims);
+  const long rs = m.stride(0), cs = m.stride(1);
+  std::vector<long> index(dims.size() - 2, 0);
+  std::string line, row;
+  for (long p = 0; p < slices; ++p, next_slice(index, dims)) {
+    if (s.stopped()) return;
+    const char* base = m.data() + slice_offset(index, m.stride_vec());
+    if (slices != 1) write_slice_header(s, index);
+    for (long i = 0; i < rows && !s.stopped(); ++i) {
+      row.clear();
+      for (long j = 0; j < cols; ++j) append_escaped(row, base + i * rs + j * cs, 1);
+      s << "    '" << row << "'\n";
+    }
+    loose_newline(s);
+  }
+}
+
+}  // namespace
+
+std::string single_matrix_page_header(const std::vector<long>& index) {
+  std::string h = "(:,:";
+  for (long i : index) h += str_format(",%ld", i + 1);
+  h += ") = ";
+  return h;
+}
+
+std::string column_page_header(long first, long last, bool single) {
+  if (single || first == last) return str_format(tr("  列 %ld\n"), first);
+  return str_format(tr("  列 %ld -- %ld\n"), first, last);
+}
+
+template <class S>
+void loose_newline(S& s) {
+  if (loose_spacing()) s << "\n";
+}
+
+template <class S, class M>
+void obj2str_impl_m_cl(S& s, const M& m, long width) {
+  using T = typename M::value_type;
+  if constexpr (std::is_same_v<T, char>) {
+    (void)width;
+    char_matrix(s, m);
+  } else {
+    using R = typename real_of<T>::type;
+    constexpr bool floating = std::is_floating_point_v<R> && !std::is_same_v<T, bool>;
+    if (s.stopped()) return;
+    const format_info info = get_format_info(m, width);
+    if (info.fmt == nullptr) {
+      loose_newline(s);
+      s << tr("    (该类型变量暂不支持的以该格式输出)\n");
+      return;
+    }
+    const std::vector<long>& dims = m.dim_vec();
+    if (m.is_empty()) {
+      // Reached only by direct calls: obj2str_impl_m shows empty double and
+      // single arrays through the (empty) int32 path, which prints nothing.
+      if (floating && dims.size() == 2 && dims[0] == 0 && dims[1] == 0) {
+        s << "    []\n";
+        loose_newline(s);
+      }
+      return;
+    }
+    const std::uint32_t format = global::fmt_fl.format;
+    R scale = 1;
+    if constexpr (floating) {
+      if (!m.is_scalar() && (format == 0 || format == 1)) scale = get_scale(m);
+    }
+    const compiled_format f(info.fmt);
+    char buf[compiled_format::max_text];
+    const long rows = dims[0], cols = dims[1], slices = slice_count(dims);
+    const long rs = m.stride(0), cs = m.stride(1);
+    std::vector<long> index(dims.size() - 2, 0);
+    for (long p = 0; p < slices; ++p, next_slice(index, dims)) {
+      if (s.stopped()) return;
+      const T* base = m.data() + slice_offset(index, m.stride_vec());
+      if (slices != 1) write_slice_header(s, index);
+      if (format == 9) {
+        for (long i = 0; i < rows; ++i) {
+          for (long j = 0; j < cols; ++j) s << sign_char(base[i * rs + j * cs]);
+          s << "\n";
+          if (s.stopped()) return;
+        }
+        loose_newline(s);
+        continue;
+      }
+      if (scale != R(1)) {
+        s << str_format("  %.1e *", static_cast<double>(scale)) << "\n";
+        loose_newline(s);
+      }
+      for (long k = 0; k < info.pages; ++k) {
+        const long c0 = k * info.cols_per_page;
+        const long c1 = std::min(c0 + info.cols_per_page, cols);
+        if (info.pages != 1) {
+          if (s.stopped()) return;
+          s << column_page_header(c0 + 1, c1, info.cols_per_page == 1);
+          loose_newline(s);
+        }
+        for (long i = 0; i < rows; ++i) {
+          const T* row = base + i * rs;
+          for (long j = c0; j < c1; ++j) {
+            if (s.stopped()) return;
+            s.write(buf, element_text(buf, f, info, row[j * cs], scale));
+          }
+          s << "\n";
+        }
+        loose_newline(s);
+      }
+    }
+  }
+}
+
+template <class S>
+void obj2str_impl_m(S& s, const zo_obj& obj, long width) {
+  zo_obj as_int;  // void until the value turns out to be whole-valued
+  to_int_mat_9_digits(obj, as_int);
+  const zo_obj* v = &obj;
+  if (as_int.type != type_void) {
+    as_int.copy_on_write(false);
+    v = &as_int;
+  }
+  if (v->payload() == nullptr) {  // a moved-from value
+    s << tr("  (暂不支持该类型数据的输出)\n");
+    return;
+  }
+  switch (v->type) {
+    case type_int8: return obj2str_impl_m_cl(s, v->get<matrix<signed char>>(), width);
+    case type_int16: return obj2str_impl_m_cl(s, v->get<matrix<short>>(), width);
+    case type_int32: return obj2str_impl_m_cl(s, v->get<matrix<int>>(), width);
+    case type_int64: return obj2str_impl_m_cl(s, v->get<matrix<long>>(), width);
+    case type_uint8: return obj2str_impl_m_cl(s, v->get<matrix<unsigned char>>(), width);
+    case type_uint16: return obj2str_impl_m_cl(s, v->get<matrix<unsigned short>>(), width);
+    case type_uint32: return obj2str_impl_m_cl(s, v->get<matrix<unsigned int>>(), width);
+    case type_uint64: return obj2str_impl_m_cl(s, v->get<matrix<unsigned long>>(), width);
+    case type_double: return obj2str_impl_m_cl(s, v->get<matrix<double>>(), width);
+    case type_single: return obj2str_impl_m_cl(s, v->get<matrix<float>>(), width);
+    case type_complex_double: return obj2str_impl_m_cl(s, v->get<matrix<std::complex<double>>>(), width);
+    case type_complex_single: return obj2str_impl_m_cl(s, v->get<matrix<std::complex<float>>>(), width);
+    case type_char: return obj2str_impl_m_cl(s, v->get<matrix<char>>(), width);
+    case type_logical: return obj2str_impl_m_cl(s, v->get<matrix<bool>>(), width);
+    default: s << tr("  (暂不支持该类型数据的输出)\n");
+  }
+}
+
+#define ZORVAT_INSTANTIATE_DENSE_SINK(S)                     \
+  template void obj2str_impl_m(S&, const zo_obj&, long);    \
+  template void loose_newline(S&);
+ZORVAT_FOR_EACH_DISPLAY_SINK(ZORVAT_INSTANTIATE_DENSE_SINK)
+#undef ZORVAT_INSTANTIATE_DENSE_SINK
+
+#define ZORVAT_INSTANTIATE_DENSE_CL(S, T) template void obj2str_impl_m_cl(S&, const matrix<T>&, long);
+#define ZORVAT_INSTANTIATE_DENSE_CL_TYPE(T) ZORVAT_FOR_EACH_DISPLAY_SINK_WITH(ZORVAT_INSTANTIATE_DENSE_CL, T)
+ZORVAT_FOR_EACH_ARITH_TYPE(ZORVAT_INSTANTIATE_DENSE_CL_TYPE)
+#undef ZORVAT_INSTANTIATE_DENSE_CL_TYPE
+#undef ZORVAT_INSTANTIATE_DENSE_CL
+
+}  // namespace internal
+}  // namespace zorvat

@@ -1,0 +1,44 @@
+#include "display/display_sinks.h"
+
+#include <ostream>
+
+#include "host/console.h"
+
+namespace zorvat {
+namespace internal {
+
+void FixedLengthStream::write(const char* p, std::size_t n) {
+  if (truncated) return;
+  stream.write(p, static_cast<std::streamsize>(n));
+  if (stream.tellp() > static_cast<std::streamoff>(limit)) {
+    stream.write("\n\n  ...\n", 8);
+    truncated = true;
+  }
+}
+
+template <int N>
+void BufferedStream<N>::write(const char* p, std::size_t n) {
+  stream.write(p, static_cast<std::streamsize>(n));
+  if (stream.tellp() > static_cast<std::streamoff>(threshold)) flush();
+}
+
+template <int N>
+void BufferedStream<N>::flush() {
+  const std::string text = stream.str();
+  if constexpr (N == 0) {
+    *out << text;
+  } else if constexpr (N == 1) {
+    write_to_cout_flush(text);
+  } else {
+    write_to_cerr_flush(text);
+  }
+  stream.str(std::string());
+  stream.clear();
+}
+
+template class BufferedStream<0>;
+template class BufferedStream<1>;
+template class BufferedStream<2>;
+
+}  // namespace internal
+}  // namespace zorvat

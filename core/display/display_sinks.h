@@ -1,0 +1,123 @@
+// display_sinks.h: the output sinks of the console display.
+//
+// Every renderer writes its text into one of four sinks, and every renderer
+// template is instantiated for exactly these four (ZORVAT_FOR_EACH_DISPLAY_SINK):
+//
+//   FixedLengthStream   collects the text in a string with a hard cap
+//                       (obj2str); past the cap it appends "\n\n  ...\n" once
+//                       and ignores everything after it.
+//   BufferedStream<0>   drains to a caller's std::ostream (obj2console),
+//   BufferedStream<1>   to the host's standard output (write_to_cout_flush),
+//   BufferedStream<2>   to the host's standard error (write_to_cerr_flush),
+//                       each time the buffered text grows past `threshold`.
+//
+// Renderers insert with operator<< (std::string, const char*, char, literals)
+// or, for text already in a buffer, with write(p, n); both are the same
+// insertion.  Before composing a long piece of text a renderer asks stopped(),
+// which is true only for a FixedLengthStream that has passed its cap.
+//
+//   internal::FixedLengthStream s(4194304);
+//   s << "  1x1 double\n" << std::string(4, ' ');
+//   std::string text = s.str();
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+#include <sstream>
+#include <string>
+#include <type_traits>
+
+// The four sinks, each passed with an extra argument A: X(S, A).
+#define ZORVAT_FOR_EACH_DISPLAY_SINK_WITH(X, A)                                                \
+  X(::zorvat::internal::FixedLengthStream, A) X(::zorvat::internal::BufferedStream<0>, A)     \
+  X(::zorvat::internal::BufferedStream<1>, A) X(::zorvat::internal::BufferedStream<2>, A)
+#define ZORVAT_DISPLAY_SINK_ONLY(S, X) X(S)
+// The four sinks: X(S).
+#define ZORVAT_FOR_EACH_DISPLAY_SINK(X) ZORVAT_FOR_EACH_DISPLAY_SINK_WITH(ZORVAT_DISPLAY_SINK_ONLY, X)
+
+namespace zorvat {
+namespace internal {
+
+// The string sink of obj2str.  The cap cuts only between insertions: the text
+// can exceed `limit` by one insertion plus the 8-character mark.
+class FixedLengthStream {
+ public:
+  explicit FixedLengthStream(long limit) : limit(limit) {}
+
+  // Inserts n characters; once the put position passes `limit`, appends the
+  // truncation mark and sets `truncated`.  Does nothing after that.
+  void write(const char* p, std::size_t n);
+  bool stopped() const { return truncated; }
+  std::string str() const { return stream.str(); }
+
+  std::stringstream stream;
+  long limit;
+  bool truncated = false;
+};
+
+// The console sink: text is buffered and emitted by flush() whenever the
+// buffer grows past `threshold`; nothing is ever dropped.  N selects where
+// flush() sends it (0: *out, 1: host standard output, 2: host standard error).
+template <int N>
+class BufferedStream {
+ public:
+  BufferedStream(std::ostream* out, long threshold) : threshold(threshold), out(out) {}
+
+  void write(const char* p, std::size_t n);
+  bool stopped() const { return false; }
+  // Emits the buffered text, empties the buffer and clears its error state.
+  void flush();
+
+  std::stringstream stream;
+  long threshold;
+  std::ostream* out;
+};
+
+extern template class BufferedStream<0>;
+extern template class BufferedStream<1>;
+extern template class BufferedStream<2>;
+
+// A type that is one of the four sinks.
+template <class S>
+struct is_display_sink : std::false_type {};
+template <>
+struct is_display_sink<FixedLengthStream> : std::true_type {};
+template <int N>
+struct is_display_sink<BufferedStream<N>> : std::true_type {};
+
+// Insertion operators of every sink.
+template <class S, class = std::enable_if_t<is_display_sink<S>::value>>
+S& operator<<(S& s, const std::string& text) {
+  s.write(text.data(), text.size());
+  return s;
+}
+
+// A C string; a null pointer sets the failbit of the sink's inner stream and
+// inserts nothing, as with a standard stream.
+template <class S, class P,
+          class = std::enable_if_t<is_display_sink<S>::value &&
+                                   (std::is_same_v<P, const char*> || std::is_same_v<P, char*>)>>
+S& operator<<(S& s, P text) {
+  if (text == nullptr) {
+    s.stream.setstate(std::ios_base::failbit);
+    return s;
+  }
+  s.write(text, std::char_traits<char>::length(text));
+  return s;
+}
+
+template <class S, class = std::enable_if_t<is_display_sink<S>::value>>
+S& operator<<(S& s, char c) {
+  s.write(&c, 1);
+  return s;
+}
+
+// One-character literals such as "\n".
+template <class S, class = std::enable_if_t<is_display_sink<S>::value>>
+S& operator<<(S& s, const char (&text)[2]) {
+  s.write(text, 1);
+  return s;
+}
+
+}  // namespace internal
+}  // namespace zorvat
