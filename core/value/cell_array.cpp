@@ -9,7 +9,7 @@ namespace zorvat {
 namespace {
 
 void fill_fresh(matrix<cell_array::element>& m) {
-  for (auto& e : m) e = internal::make_empty_element();
+  internal::for_each_element(m, [](auto& e) { e = internal::make_empty_element(); });
 }
 
 // A null element reads as a fresh empty value.
@@ -73,20 +73,20 @@ void cell_array::move_impl(cell_array&& src) noexcept {
 }
 
 void cell_array::copy_on_write_each() {
-  for (auto& e : data_) internal::detach_element(e);
+  internal::for_each_element(data_, internal::detach_element);
 }
 
 std::vector<std::shared_ptr<zo_obj>> cell_array::as_std_vector() const {
   std::vector<std::shared_ptr<zo_obj>> v;
   v.reserve(static_cast<size_t>(data_.size()));
-  for (const auto& e : data_) v.push_back(e);
+  internal::for_each_element(data_, [&v](const auto& e) { v.push_back(e); });
   return v;
 }
 
 std::vector<std::shared_ptr<zo_obj const>> cell_array::as_std_vector_c() const {
   std::vector<std::shared_ptr<zo_obj const>> v;
   v.reserve(static_cast<size_t>(data_.size()));
-  for (const auto& e : data_) v.push_back(e);
+  internal::for_each_element(data_, [&v](const auto& e) { v.push_back(e); });
   return v;
 }
 

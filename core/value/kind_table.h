@@ -183,6 +183,15 @@ container_base* as_container_base(void* p) {
     return nullptr;
 }
 
+// Calls f on every element of m in column-major order.  Empty arrays are
+// skipped up front: the walk of an array with a zero extent would not stop
+// at end().
+template <class M, class F>
+void for_each_element(M& m, F f) {
+  if (m.is_empty()) return;
+  for (auto& e : m) f(e);
+}
+
 // A fresh empty value (0x0 double), the content of new cell and structure
 // elements.
 std::shared_ptr<zo_obj> make_empty_element();

@@ -30,7 +30,7 @@ std::vector<long> normalized(std::vector<long> dims) {
 
 structure::field_table fresh_table(const std::vector<long>& dims) {
   structure::field_table t(dims);
-  for (auto& e : t) e = internal::make_empty_element();
+  internal::for_each_element(t, [](auto& e) { e = internal::make_empty_element(); });
   return t;
 }
 
@@ -206,8 +206,7 @@ void structure::resize(const std::vector<long>& dims) {
 }
 
 void structure::copy_on_write_each() {
-  for (auto& field : impl_->fields)
-    for (auto& e : field.second) internal::detach_element(e);
+  for (auto& field : impl_->fields) internal::for_each_element(field.second, internal::detach_element);
 }
 
 std::string structure::to_string(bool leading_newline) const {

@@ -229,9 +229,10 @@ bool zo_obj::is_char_vector() const {
 
 bool zo_obj::is_cell_of_char_vector() const {
   if (type != type_cell || !payload_) return false;
-  for (const auto& e : get<cell_array>().data())
-    if (!e || !e->is_char_vector()) return false;
-  return true;
+  bool all = true;
+  internal::for_each_element(get<cell_array>().data(),
+                             [&all](const auto& e) { all = all && e && e->is_char_vector(); });
+  return all;
 }
 
 }  // namespace zorvat

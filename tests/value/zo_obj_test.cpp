@@ -1,0 +1,374 @@
+// zo_obj: construction, kinds, sharing, moves, copy-on-write and resets,
+// observed through payload identity and use counts.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "sparse/sparse_matrix.h"
+#include "value/cell_array.h"
+#include "value/structure.h"
+#include "value/variable_list.h"
+#include "value_test_util.h"
+
+using namespace zorvat;
+using zorvat_test::array_value;
+using zorvat_test::first_double;
+
+namespace {
+
+// Scalar constructors: the kind and the value read back from the 1x1 array.
+template <class T, zo_type K>
+struct scalar_case {
+  using type = T;
+  static constexpr zo_type kind = K;
+};
+template <class C>
+class ScalarConstructor : public ::testing::Test {};
+using scalar_cases = ::testing::Types<
+    scalar_case<signed char, type_int8>, scalar_case<short, type_int16>, scalar_case<int, type_int32>,
+    scalar_case<long, type_int64>, scalar_case<unsigned char, type_uint8>,
+    scalar_case<unsigned short, type_uint16>, scalar_case<unsigned int, type_uint32>,
+    scalar_case<unsigned long, type_uint64>, scalar_case<double, type_double>,
+    scalar_case<float, type_single>, scalar_case<std::complex<double>, type_complex_double>,
+    scalar_case<std::complex<float>, type_complex_single>, scalar_case<char, type_char>,
+    scalar_case<bool, type_logical>>;
+TYPED_TEST_SUITE(ScalarConstructor, scalar_cases);
+
+TYPED_TEST(ScalarConstructor, HoldsOneByOneArrayOfItsKind) {
+  using T = typename TypeParam::type;
+  const T v = static_cast<T>(1);
+  zo_obj o(v);
+  EXPECT_EQ(o.type, TypeParam::kind);
+  const auto& m = o.get<matrix<T>>();
+  EXPECT_EQ(m.dim_vec(), (std::vector<long>{1, 1}));
+  EXPECT_EQ(m[0], v);
+  EXPECT_EQ(o.use_count(), 1);
+}
+
+TEST(Construct, DefaultIsVoidWithFlagZero) {
+  zo_obj v;
+  EXPECT_EQ(v.type, type_void);
+  EXPECT_STREQ(type_str(v.type), "void");
+  EXPECT_EQ(v.get<int>(), 0);
+}
+
+TEST(Construct, TextKindsFollowTheSecondArgument) {
+  zo_obj c("abc", 13);
+  ASSERT_EQ(c.type, type_char);
+  EXPECT_EQ(c.get<matrix<char>>().dim_vec(), (std::vector<long>{1, 3}));
+  EXPECT_EQ(c.as_string(), "abc");
+
+  zo_obj s("abc", 9);
+  ASSERT_EQ(s.type, type_string);
+  EXPECT_TRUE(s.get<matrix<std::string>>().is_scalar());
+  EXPECT_EQ(s.get<matrix<std::string>>()[0], "abc");
+
+  zo_obj empty_chars(static_cast<const char*>(nullptr), type_char);
+  EXPECT_EQ(empty_chars.get<matrix<char>>().dim_vec(), (std::vector<long>{1, 0}));
+  EXPECT_EQ(zo_obj(static_cast<const char*>(nullptr)).as_string(), "");
+  EXPECT_EQ(zo_obj(std::string("xy")).as_string(), "xy");
+}
+
+TEST(Construct, StringArrayFillsInStorageOrder) {
+  zo_obj v(std::vector<std::string>{"a", "b", "c"}, 2, 2);
+  const auto& m = v.get<matrix<std::string>>();
+  ASSERT_EQ(v.type, type_string);
+  EXPECT_EQ(m(0, 0), "a");
+  EXPECT_EQ(m(1, 0), "b");
+  EXPECT_EQ(m(0, 1), "c");
+  EXPECT_EQ(m(1, 1), "");
+}
+
+TEST(Construct, RecordsAreCopied) {
+  draw_t d;
+  d.kind = 4;
+  d.tag[15] = 9;
+  d.elements = {1.0, 2.0};
+  zo_obj g(d);
+  d.elements.push_back(3.0);
+  EXPECT_EQ(g.type, type_draw);
+  EXPECT_EQ(g.get<draw_t>().elements.size(), 2u);
+  EXPECT_EQ(g.get<draw_t>().tag[15], 9);
+
+  function_handle h(fh_anonymous, "@(x) x");
+  zo_obj f(h);
+  h.data() = "changed";
+  EXPECT_EQ(f.get<function_handle>().to_string(), "@(x) x");
+  EXPECT_EQ(zo_obj(controlType{5}).get<controlType>().value, 5);
+  EXPECT_EQ(zo_obj(zo_hdl_t{42}).get<matrix<zo_hdl_t>>()[0].id, 42);
+}
+
+TEST(Construct, PointerConstructorAdoptsByKind) {
+  auto* m = new matrix<int>(2, 2);
+  zo_obj v(type_int32, m);
+  EXPECT_EQ(v.payload(), m);
+  EXPECT_EQ(v.use_count(), 1);
+
+  // A null pointer makes the kind's empty payload (arrays) or none.
+  zo_obj e(type_sparse_single, nullptr);
+  EXPECT_TRUE(e.get<sparse_matrix<float>>().is_empty());
+  EXPECT_EQ(zo_obj(type_cell, nullptr).payload(), nullptr);
+
+  // Unknown kinds keep a null payload and do not touch the pointer.
+  int* raw = new int(3);
+  for (int kind : {0, 23, 24, 32, -5}) {
+    zo_obj u(kind, static_cast<const void*>(raw));
+    EXPECT_EQ(u.type, kind);
+    EXPECT_EQ(u.payload(), nullptr);
+  }
+  delete raw;
+}
+
+TEST(Construct, ExternObjectsAreOwnedAndDeletedThroughTheBase) {
+  const int before = zorvat_test::live_count::n();
+  {
+    zo_obj a(new zorvat_test::second_base_extern(7));
+    zo_obj b(type_extern, new zorvat_test::second_base_extern(8));
+    EXPECT_EQ(a.get<extern_obj_base>().classname(), "counter");
+    EXPECT_EQ(b.get<extern_obj_base>().to_string(), "8");
+    EXPECT_EQ(b.get<extern_obj_base>().type_id(), 101);
+    EXPECT_EQ(zorvat_test::live_count::n(), before + 2);
+  }
+  EXPECT_EQ(zorvat_test::live_count::n(), before);
+  zorvat_test::plain_extern plain;
+  EXPECT_EQ(plain.type_id(), type_extern);
+  EXPECT_EQ(plain.to_string(), "");
+  EXPECT_EQ(plain.dup(), nullptr);
+}
+
+TEST(MakeMatrix, TakesTheListInStorageOrderAndPadsOrCuts) {
+  auto v = zo_obj::make_matrix(2, 2, {1.0, 2.0, 3.0, 4.0});
+  ASSERT_EQ(v->type, type_double);
+  const auto& m = v->get<matrix<double>>();
+  EXPECT_EQ(m(1, 0), 2.0);
+  EXPECT_EQ(m(0, 1), 3.0);
+
+  auto shorter = zo_obj::make_matrix<int>(1, 3, {5});
+  EXPECT_EQ(shorter->type, type_int32);
+  EXPECT_EQ(shorter->get<matrix<int>>()[2], 0);
+  auto longer = zo_obj::make_matrix<std::string>(1, 1, {"a", "b"});
+  EXPECT_EQ(longer->type, type_string);
+  EXPECT_EQ(longer->get<matrix<std::string>>().size(), 1);
+
+  auto cell = zo_obj::make_matrix<std::shared_ptr<zo_obj>>(1, 2, {zorvat_test::dbl(1), zorvat_test::dbl(2)});
+  ASSERT_EQ(cell->type, type_cell);
+  EXPECT_EQ(cell->get<cell_array>()(1)->as_double(), 2.0);
+}
+
+TEST(MakeVoid, IsFreshAndUnsharedWithItsFlag) {
+  auto a = zo_obj::make_void(static_cast<zo_void_flag>(3));
+  auto b = zo_obj::make_void(static_cast<zo_void_flag>(4));
+  EXPECT_EQ(a->type, type_void);
+  EXPECT_EQ(a->get<int>(), 3);
+  EXPECT_EQ(b->get<int>(), 4);
+  EXPECT_EQ(a->use_count(), 1);
+}
+
+// ---- sharing ----------------------------------------------------------------
+
+TEST(Sharing, CopySharesThePayloadAndMoveEmptiesTheSource) {
+  zo_obj a(3.0);
+  zo_obj b(a);
+  EXPECT_EQ(b.payload(), a.payload());
+  EXPECT_EQ(a.use_count(), 2);
+
+  zo_obj c(std::move(b));
+  EXPECT_EQ(b.type, type_double);  // the kind stays, on purpose
+  EXPECT_EQ(b.payload(), nullptr);
+  EXPECT_EQ(b.use_count(), 0);
+  EXPECT_EQ(c.payload(), a.payload());
+  EXPECT_EQ(a.use_count(), 2);
+
+  zo_obj d("x");
+  d = a;
+  EXPECT_EQ(d.type, type_double);
+  EXPECT_EQ(a.use_count(), 3);
+  d = d;
+  EXPECT_EQ(a.use_count(), 3);
+  d = std::move(d);
+  EXPECT_EQ(d.payload(), a.payload());
+  b = std::move(c);
+  EXPECT_EQ(c.payload(), nullptr);
+  EXPECT_EQ(a.use_count(), 3);
+}
+
+TEST(Sharing, CopyOnWriteCopiesOnlyASharedPayload) {
+  zo_obj a(3.0);
+  const void* own = a.payload();
+  a.copy_on_write(true);
+  EXPECT_EQ(a.payload(), own);
+
+  zo_obj b(a);
+  b.copy_on_write(false);
+  EXPECT_NE(b.payload(), a.payload());
+  EXPECT_EQ(a.use_count(), 1);
+  EXPECT_EQ(b.use_count(), 1);
+  b.get<matrix<double>>()[0] = 4.0;
+  EXPECT_EQ(first_double(a), 3.0);
+}
+
+// Every kind with a payload: a copy-on-write of a shared value gives a private
+// payload with the same summary (external objects through dup()).
+class CopyOnWriteByKind : public ::testing::TestWithParam<std::function<zo_obj()>> {};
+
+TEST_P(CopyOnWriteByKind, DetachesWithEqualContents) {
+  zo_obj a = GetParam()();
+  zo_obj b(a);
+  b.copy_on_write(false);
+  ASSERT_NE(b.payload(), nullptr);
+  EXPECT_NE(b.payload(), a.payload());
+  EXPECT_EQ(b.type, a.type);
+  EXPECT_EQ(b.brief_type_str(), a.brief_type_str());
+  EXPECT_EQ(a.use_count(), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, CopyOnWriteByKind,
+    ::testing::Values([] { return zo_obj(static_cast<signed char>(1)); },
+                      [] { return array_value<std::complex<float>>(type_complex_single, {2, 3}); },
+                      [] { return zo_obj(std::vector<std::string>{"a", "b"}, 1, 2); },
+                      [] { return zo_obj(zo_hdl_t{3}); },
+                      [] { return zo_obj(function_handle(fh_named, "sin")); },
+                      [] { return zo_obj(type_struct, new structure(2, 1)); },
+                      [] { return zo_obj(controlType{1}); }, [] { return zo_obj(draw_t()); },
+                      [] { return zo_obj(new zorvat_test::counter_extern(5)); }, [] { return zo_obj(); },
+                      [] { return zo_obj(type_cell, new cell_array(1, 3)); },
+                      [] { return zo_obj(type_sparse_complex_double, new sparse_matrix<std::complex<double>>(3, 3, 2)); },
+                      [] { return zo_obj(type_variable_list, new VariableList{zorvat_test::dbl(1)}); }));
+
+TEST(Sharing, CopyOnWriteOfRecordsKeepsTheirContents) {
+  draw_t d;
+  d.handle = 77;
+  d.elements = {5.0};
+  zo_obj a(d);
+  zo_obj b(a);
+  b.copy_on_write(false);
+  EXPECT_EQ(b.get<draw_t>(), d);
+  zo_obj e(new zorvat_test::counter_extern(9));
+  zo_obj f(e);
+  f.copy_on_write(false);
+  EXPECT_EQ(f.get<extern_obj_base>().to_string(), "9");
+  zo_obj l(type_variable_list, new VariableList{zorvat_test::dbl(1)});
+  zo_obj m(l);
+  m.copy_on_write(true);
+  // A list copied by copy-on-write shares its element objects.
+  EXPECT_EQ(m.get<VariableList>().data()[0], l.get<VariableList>().data()[0]);
+}
+
+TEST(Sharing, ExternWithoutDupBecomesNullOnWrite) {
+  const int before = zorvat_test::live_count::n();
+  zo_obj a(new zorvat_test::plain_extern);
+  zo_obj b(a);
+  b.copy_on_write(false);
+  EXPECT_EQ(b.type, type_extern);
+  EXPECT_EQ(b.payload(), nullptr);
+  EXPECT_EQ(b.brief_type_str(), "1x1 extern");
+  EXPECT_NE(a.payload(), nullptr);
+  a.destroy();
+  EXPECT_EQ(zorvat_test::live_count::n(), before);
+}
+
+// A cell holding a double and a nested cell whose element is a structure
+// with a double field.
+std::shared_ptr<zo_obj> nested_value() {
+  structure s;
+  s.set_field("x", zorvat_test::dbl(1.0), false);
+  auto inner = std::make_shared<zo_obj>(type_cell, new cell_array(
+                                                       std::vector<std::shared_ptr<zo_obj>>{
+                                                           std::make_shared<zo_obj>(type_struct, new structure(s))},
+                                                       false));
+  return std::make_shared<zo_obj>(type_cell, new cell_array(std::vector<std::shared_ptr<zo_obj>>{zorvat_test::dbl(2.0), inner}, false));
+}
+
+double& deep_x(zo_obj& v) {
+  auto& inner = v.get<cell_array>()(1)->get<cell_array>();
+  return inner(0)->get<structure>().get_field("x")->get<matrix<double>>()[0];
+}
+
+TEST(Sharing, DeepCopyOnWriteDetachesNestedCellsAndStructures) {
+  auto a = nested_value();
+  zo_obj b(*a);
+  b.copy_on_write(true);
+  deep_x(b) = 99.0;
+  b.get<cell_array>()(0)->get<matrix<double>>()[0] = 98.0;
+  EXPECT_EQ(deep_x(*a), 1.0);
+  EXPECT_EQ(first_double(*a->get<cell_array>()(0)), 2.0);
+
+  // Without deep only the outer cell is copied: the nested write shows.
+  zo_obj c(*a);
+  c.copy_on_write(false);
+  deep_x(c) = 97.0;
+  EXPECT_EQ(deep_x(*a), 97.0);
+}
+
+TEST(Sharing, DeepCopyOnWriteOfAnUnsharedValueCopiesNothing) {
+  auto a = nested_value();
+  zo_obj b(*a);
+  const void* inner = a->get<cell_array>()(1)->payload();
+  a.reset();  // b is now the only owner of the outer cell
+  b.copy_on_write(true);
+  EXPECT_EQ(b.get<cell_array>()(1)->payload(), inner);
+}
+
+// ---- kind changes -----------------------------------------------------------
+
+TEST(Reset, KeepsTheSameKindUnlessForced) {
+  zo_obj v(5.0);
+  const void* p = v.payload();
+  v.reset(type_double, false);
+  EXPECT_EQ(v.payload(), p);
+  EXPECT_EQ(first_double(v), 5.0);
+  v.reset(type_double, true);
+  EXPECT_NE(v.payload(), nullptr);
+  EXPECT_TRUE(v.get<matrix<double>>().is_empty());
+}
+
+TEST(Reset, GivesEveryKindItsDefaultPayload) {
+  for (int kind = -1; kind <= 33; ++kind) {
+    zo_obj v;
+    v.reset(kind, true);
+    EXPECT_EQ(v.type, kind);
+    const bool none = kind <= 0 || kind == 21 || kind == 23 || kind == 24 || kind > 31;
+    EXPECT_EQ(v.payload() == nullptr, none) << kind;
+    if (const matrix_base* a = v.array_base()) {
+      EXPECT_TRUE(a->is_empty()) << kind;
+    }
+  }
+  zo_obj v;
+  v.reset(type_void, true);
+  EXPECT_EQ(v.get<int>(), 0);
+  v.reset(type_struct, true);
+  EXPECT_TRUE(v.get<structure>().is_no_fields());
+}
+
+TEST(CreateFromNullptr, FillsOnlyNumericTextLogicalAndSparseArrays) {
+  for (int kind = 0; kind <= 33; ++kind) {
+    zo_obj v(1.0);
+    v.create_from_nullptr(kind);
+    const bool filled = (kind >= 1 && kind <= 14) || (kind >= 26 && kind <= 30);
+    EXPECT_EQ(v.payload() != nullptr, filled) << kind;
+    EXPECT_EQ(v.type, kind);
+  }
+}
+
+TEST(Destroy, LeavesKindErrorWithoutPayload) {
+  zo_obj a(1.0);
+  zo_obj b(a);
+  b.destroy();
+  EXPECT_EQ(b.type, type_error);
+  EXPECT_EQ(b.payload(), nullptr);
+  EXPECT_EQ(a.use_count(), 1);
+}
+
+TEST(Shape, RowVectorIsTwoDimensionalWithOneRowAndColumns) {
+  EXPECT_TRUE(array_value<double>(type_double, {1, 3}).is_row_vector());
+  EXPECT_TRUE(zo_obj(2.0).is_row_vector());
+  EXPECT_TRUE(zo_obj(type_sparse_double, new sparse_matrix<double>(1, 4, 0)).is_row_vector());
+  EXPECT_FALSE(array_value<double>(type_double, {1, 0}).is_row_vector());
+  EXPECT_FALSE(array_value<double>(type_double, {1, 3, 1}).is_row_vector());
+  EXPECT_FALSE(array_value<double>(type_double, {2, 3}).is_row_vector());
+  EXPECT_FALSE(zo_obj(type_cell, new cell_array(1, 3)).is_row_vector());
+  EXPECT_FALSE(zo_obj(function_handle()).is_row_vector());
+}
+
+}  // namespace
