@@ -1,0 +1,343 @@
+// Sinks, entry points, format selection and one-line texts of the display.
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "display/display.h"
+#include "display/display_format.h"
+#include "display_test_util.h"
+#include "host/host_query.h"
+#include "sparse/sparse_matrix.h"
+
+namespace zorvat {
+namespace {
+
+using internal::format_info;
+using internal::get_format_info;
+using zorvat_test::array_value;
+using cd = std::complex<double>;
+const double nan = std::numeric_limits<double>::quiet_NaN();
+const double inf = std::numeric_limits<double>::infinity();
+
+// ---------------------------------------------------------------- sinks
+
+TEST(FixedLengthStream, CutsBetweenInsertionsAndIgnoresTheRest) {
+  internal::FixedLengthStream s(10);
+  s << std::string("12345") << "12345";
+  EXPECT_FALSE(s.truncated);  // exactly at the limit is not past it
+  s << 'x';
+  EXPECT_TRUE(s.truncated);
+  s << "more" << std::string("text") << 'c';
+  EXPECT_EQ(s.str(), "1234512345x\n\n  ...\n");
+}
+
+TEST(FixedLengthStream, NullTextSetsFailbitAndInsertsNothing) {
+  internal::FixedLengthStream s(100);
+  const char* none = nullptr;
+  s << "a";
+  s << none;
+  EXPECT_TRUE(s.stream.fail());
+  EXPECT_EQ(s.str(), "a");
+}
+
+TEST(BufferedStream, FlushesPastThresholdAndClearsErrorState) {
+  std::ostringstream os;
+  internal::BufferedStream<0> s(&os, 4);
+  s << "ab";
+  EXPECT_EQ(os.str(), "");
+  s << std::string("cde");
+  EXPECT_EQ(os.str(), "abcde");
+  s << "f";
+  const char* none = nullptr;
+  s << none;
+  s.flush();
+  EXPECT_EQ(os.str(), "abcdef");
+  EXPECT_FALSE(s.stream.fail());
+  s << "g";
+  s.flush();
+  EXPECT_EQ(os.str(), "abcdefg");
+}
+
+// ------------------------------------------------------------- entry points
+
+std::vector<zo_obj> sample_values() {
+  std::vector<zo_obj> v;
+  v.push_back(zo_obj(2.5));
+  v.push_back(array_value<double>(type_double, {3, 30}, {}));
+  std::mt19937 rng(5);
+  std::uniform_real_distribution<double> u(-2000.0, 2000.0);
+  auto* m = new matrix<double>({7, 25, 2});
+  for (auto& x : *m) x = u(rng);
+  v.push_back(zo_obj(type_double, m));
+  v.push_back(array_value<cd>(type_complex_double, {2, 9}, {cd(1, 2), cd(-3, 4.5)}));
+  v.push_back(array_value<char>(type_char, {2, 2, 2}, {'a', 'b', 'c', '\n', 'e', 'f', 'g', 'h'}));
+  v.push_back(array_value<long>(type_int64, {4, 40}, {1, -2, 300000}));
+  v.push_back(zo_obj());
+  return v;
+}
+
+class EntryPoints : public zorvat_test::display_format_guard {};
+
+TEST_F(EntryPoints, ConsoleTextEqualsStringTextForAnyThreshold) {
+  for (bool loose : {true, false}) {
+    set_format(0, loose);
+    for (const zo_obj& v : sample_values()) {
+      const std::string want = internal::obj2str(v, 60);
+      for (long threshold : {0L, 7L, 1000000L}) {
+        std::ostringstream os;
+        internal::obj2console(os, v, 60, threshold);
+        EXPECT_EQ(os.str(), want) << v.brief_type_str() << " threshold " << threshold;
+      }
+    }
+  }
+}
+
+TEST_F(EntryPoints, DefaultWidthIsEighty) {
+  for (const zo_obj& v : sample_values()) EXPECT_EQ(internal::obj2str(v, -1), internal::obj2str(v, 80));
+}
+
+TEST_F(EntryPoints, StringCapEndsInMarkAndBoundsTheText) {
+  auto* m = new matrix<double>(1000, 600);
+  std::mt19937 rng(1);
+  std::uniform_real_distribution<double> u(0.0, 1.0);
+  for (auto& x : *m) x = u(rng);
+  const zo_obj v(type_double, m);
+  const std::string capped = internal::obj2str(v, 80);
+  std::ostringstream full;
+  internal::obj2console(full, v, 80, 65536);
+  const std::string mark = "\n\n  ...\n";
+  ASSERT_GT(full.str().size(), 5000000u);
+  ASSERT_GT(capped.size(), static_cast<size_t>(internal::obj2str_limit));
+  EXPECT_LE(capped.size(), static_cast<size_t>(internal::obj2str_limit) + 10 + mark.size());
+  EXPECT_EQ(capped.substr(capped.size() - mark.size()), mark);
+  const std::string kept = capped.substr(0, capped.size() - mark.size());
+  EXPECT_EQ(full.str().compare(0, kept.size(), kept), 0);
+}
+
+// The host's console, recorded.
+std::string host_out, host_err, host_log;
+void* record(std::string const& name, void* arg) {
+  host_log += name + ";";
+  if (name == "write_to_cout") host_out += *static_cast<const std::string*>(arg);
+  if (name == "write_to_cerr") host_err += *static_cast<const std::string*>(arg);
+  return nullptr;
+}
+
+TEST_F(EntryPoints, SafeConsoleWritesToHostStreams) {
+  const global::core_query_function f2k = global::__F2KQuery_p, k2f = global::__K2FQuery_p;
+  global::__F2KQuery_p = record;
+  global::__K2FQuery_p = record;
+  host_out.clear();
+  host_err.clear();
+  host_log.clear();
+  const zo_obj v = array_value<double>(type_double, {2, 12}, {0.5, 1.5});
+  internal::obj2console_safe<1>(v, 80, 1000000);
+  EXPECT_EQ(host_out, internal::obj2str(v, 80));
+  EXPECT_EQ(host_log, "write_to_cout;flush_cout;");
+  internal::obj2console_safe<2>(v, 80, 0);
+  EXPECT_EQ(host_err, internal::obj2str(v, 80));
+  global::__F2KQuery_p = f2k;
+  global::__K2FQuery_p = k2f;
+}
+
+TEST_F(EntryPoints, MovedFromArrayPrintsNotice) {
+  zo_obj a(1.5);
+  zo_obj b(std::move(a));
+  EXPECT_EQ(internal::obj2str(a, 80), "\n  1x1 double\n\n  (暂不支持该类型数据的输出)\n");
+  EXPECT_EQ(internal::obj2str_one_line(a), "[1x1 double]");
+}
+
+// ---------------------------------------------------------- format selection
+
+struct info_case {
+  const char* name;
+  std::function<format_info()> get;
+  unsigned format;
+  const char* fmt;  // null: no rendering
+  long cols_per_page, pages;
+  int field_width;
+};
+std::ostream& operator<<(std::ostream& os, const info_case& c) { return os << c.name; }
+
+class FormatInfo : public zorvat_test::display_format_guard, public ::testing::WithParamInterface<info_case> {};
+
+TEST_P(FormatInfo, SelectsTextColumnsAndPages) {
+  const info_case& c = GetParam();
+  set_format(c.format, true);
+  const format_info info = c.get();
+  if (c.fmt == nullptr) {
+    EXPECT_EQ(info.fmt, nullptr);
+    return;
+  }
+  ASSERT_NE(info.fmt, nullptr);
+  EXPECT_STREQ(info.fmt, c.fmt);
+  EXPECT_EQ(info.cols_per_page, c.cols_per_page);
+  EXPECT_EQ(info.pages, c.pages);
+  EXPECT_EQ(info.field_width, c.field_width);
+}
+
+template <class T>
+std::function<format_info()> info_of(std::vector<long> dims, std::vector<T> elems, long width) {
+  return [=] {
+    matrix<T> m(dims);
+    for (size_t k = 0; k < elems.size(); ++k) m.data()[k] = elems[k];
+    return get_format_info(m, width);
+  };
+}
+
+template <class T>
+std::function<format_info()> sparse_info_of(long rows, long cols, T value, long width) {
+  return [=] {
+    sparse_matrix<T> m(std::vector<triplet<T>>{{value, 0, 0}}, rows, cols);
+    return get_format_info(m, width);
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AllTypes, FormatInfo,
+    ::testing::Values(
+        info_case{"Width80", info_of<double>({1, 20}, {0.5}, 80), 0, " %9.4f", 8, 3, 0},
+        info_case{"DefaultWidth", info_of<double>({1, 20}, {0.5}, -1), 0, " %9.4f", 8, 3, 0},
+        info_case{"Width19", info_of<double>({1, 20}, {0.5}, 19), 0, " %9.4f", 1, 20, 0},
+        info_case{"Width20", info_of<double>({1, 20}, {0.5}, 20), 0, " %9.4f", 2, 10, 0},
+        info_case{"ScalarThousand", info_of<double>({1, 1}, {-1000}, 80), 0, "  %9.4e", 8, 1, 0},
+        info_case{"ScalarNaNStaysFixed", info_of<double>({1, 1}, {nan}, 80), 1, " %19.15f", 4, 1, 0},
+        info_case{"SingleLong", info_of<float>({1, 1}, {2000.0f}, 80), 1, "  %11.7e", 6, 1, 0},
+        info_case{"SingleLongExponent", info_of<float>({2, 11}, {1}, 80), 3, " %15.7e", 5, 3, 0},
+        info_case{"ComplexLong", info_of<cd>({1, 3}, {cd(5000, 0)}, 80), 1, " %18.15f %c%18.15fi", 2, 2, 0},
+        info_case{"ComplexSingleExponent", info_of<std::complex<float>>({1, 3}, {}, 80), 3,
+                  " %17.7e %c%14.7ei", 2, 2, 0},
+        info_case{"Signs", info_of<double>({2, 100}, {}, 80), 9, "%c", 100, 1, 0},
+        info_case{"NoRendering", info_of<double>({1, 2}, {}, 80), 4, nullptr, 0, 0, 0},
+        info_case{"HexOfFloating", info_of<float>({1, 2}, {}, 80), 8, nullptr, 0, 0, 0},
+        info_case{"Int32Digits", info_of<int>({1, 2}, {5, -123}, 80), 0, "%*d", 13, 1, 6},
+        info_case{"EmptyInteger", info_of<short>({0, 3}, {}, 80), 0, "%*d", 20, 1, 4},
+        info_case{"Int64", info_of<long>({1, 30}, {-10000}, 80), 0, "%*ld", 10, 3, 8},
+        info_case{"Uint8", info_of<unsigned char>({1, 2}, {255}, 80), 2, "%*u", 13, 1, 6},
+        info_case{"Uint64", info_of<unsigned long>({1, 2}, {9}, 80), 0, "%*lu", 20, 1, 4},
+        info_case{"HexUint8", info_of<unsigned char>({1, 30}, {}, 80), 8, "  %0*x", 20, 2, 2},
+        info_case{"HexInt64", info_of<long>({1, 9}, {}, 80), 8, "  %0*lx", 4, 3, 16},
+        info_case{"HexNarrow", info_of<long>({1, 9}, {}, 35), 8, "  %0*lx", 1, 9, 16},
+        info_case{"IntegerSigns", info_of<int>({1, 2}, {}, 80), 9, "%*d", 20, 1, 4},
+        info_case{"LogicalNarrow", info_of<bool>({1, 3}, {}, 7), 3, "%4d", 1, 3, 4},
+        info_case{"Logical", info_of<bool>({1, 30}, {}, 8), 0, "%4d", 2, 15, 4},
+        info_case{"Char", info_of<char>({3, 30}, {}, 80), 0, "%c", 1, 1, 1},
+        info_case{"SparseScalar", sparse_info_of<double>(1, 1, 1500.0, -1), 0, "  %9.4e", 8, 1, 0},
+        info_case{"SparseComplex", sparse_info_of<cd>(3, 5, cd(1, 1), 80), 2, " %12.4e %c%11.4ei", 2, 3, 0},
+        info_case{"SparseLogical", sparse_info_of<bool>(2, 2, true, 80), 0, "%4d", 20, 1, 4}),
+    [](const auto& i) { return std::string(i.param.name); });
+
+TEST(Scale, PowerOfTenOfLargestFiniteMagnitude) {
+  auto real = [](std::vector<double> v) {
+    matrix<double> m(1, static_cast<long>(v.size()));
+    for (size_t k = 0; k < v.size(); ++k) m(0, static_cast<long>(k)) = v[k];
+    return internal::get_scale(m);
+  };
+  auto cplx = [](std::vector<cd> v) {
+    matrix<cd> m(1, static_cast<long>(v.size()));
+    for (size_t k = 0; k < v.size(); ++k) m(0, static_cast<long>(k)) = v[k];
+    return internal::get_scale(m);
+  };
+  EXPECT_EQ(real({1000.5, 2}), 1000.0);
+  EXPECT_EQ(real({-123456.0, 2}), 100000.0);
+  EXPECT_EQ(real({999, 0.5}), 1.0);
+  EXPECT_EQ(real({inf, 1.5}), 1.0);
+  EXPECT_EQ(real({nan, 5000}), 1000.0);
+  EXPECT_EQ(real({1e-5, 0.001}), 1.0);
+  EXPECT_EQ(real({}), 1.0);
+  EXPECT_EQ(cplx({cd(150, 1), cd(2, 0)}), 100.0);
+  EXPECT_EQ(cplx({cd(60, 80)}), 100.0);  // the modulus decides
+  EXPECT_EQ(cplx({cd(99, 0)}), 1.0);
+  matrix<float> f(1, 2);
+  f(0, 0) = 2500.0f;
+  f(0, 1) = 1.0f;
+  EXPECT_EQ(internal::get_scale(f), 1000.0f);
+}
+
+TEST(ToIntMat, WholeValuesBelowBillionBecomeInt32) {
+  const zo_obj whole = array_value<double>(type_double, {2, 2}, {1, -2, 999999999, 0});
+  zo_obj out;
+  internal::to_int_mat_9_digits(whole, out);
+  ASSERT_EQ(out.type, type_int32);
+  const auto& m = out.get<matrix<int>>();
+  EXPECT_EQ(m.dim_vec(), (std::vector<long>{2, 2}));
+  EXPECT_EQ(m(0, 0), 1);
+  EXPECT_EQ(m(1, 0), -2);
+  EXPECT_EQ(m(0, 1), 999999999);
+
+  zo_obj empty_out;
+  internal::to_int_mat_9_digits(array_value<float>(type_single, {0, 5}, {}), empty_out);
+  ASSERT_EQ(empty_out.type, type_int32);
+  EXPECT_EQ(empty_out.get<matrix<int>>().dim_vec(), (std::vector<long>{0, 5}));
+
+  for (const zo_obj& v : {array_value<double>(type_double, {1, 2}, {1, 2.5}),
+                          array_value<double>(type_double, {1, 2}, {1e9, 1}),
+                          array_value<double>(type_double, {1, 2}, {1, nan}),
+                          array_value<double>(type_double, {1, 2}, {inf, 1}),
+                          array_value<int>(type_int32, {1, 2}, {1, 2})}) {
+    zo_obj untouched;
+    internal::to_int_mat_9_digits(v, untouched);
+    EXPECT_EQ(untouched.type, type_void);
+  }
+}
+
+TEST(ConvertNaN, RewritesOnlyNan) {
+  std::string s = "nan -nan inf nanan";
+  internal::convert_nan_inplace(s);
+  EXPECT_EQ(s, "NaN -NaN inf NaNan");
+  char buf[] = "nan -nan inf nanan";
+  internal::convert_nan_inplace(buf, sizeof buf - 1);
+  EXPECT_STREQ(buf, "NaN -NaN inf NaNan");
+}
+
+// ------------------------------------------------------------ one-line texts
+
+class OneLine : public zorvat_test::display_format_guard {};
+
+zo_obj sparse_row() {
+  return zo_obj(type_sparse_double,
+                new sparse_matrix<double>(std::vector<triplet<double>>{{1.5, 0, 0}, {2.5, 2, 0}}, 1, 4));
+}
+
+TEST_F(OneLine, RowVectorTexts) {
+  const zo_obj ints = array_value<int>(type_int32, {1, 3}, {1, 2, 3});
+  EXPECT_EQ(internal::row_vector_to_string(ints, 100, true), "[1 2 3]");
+  EXPECT_EQ(internal::row_vector_to_string(zo_obj(2.5), 100, false), "2.5000");
+  EXPECT_EQ(internal::row_vector_to_string(zo_obj(2.5), 100, true), "[2.5000]");
+  EXPECT_EQ(internal::row_vector_to_string(zo_obj(1500.5), 100, false), "1.5005e+03");
+  EXPECT_EQ(internal::row_vector_to_string(array_value<double>(type_double, {1, 2}, {nan, 1}), 100, true),
+            "[NaN 1.0000]");
+  EXPECT_EQ(internal::row_vector_to_string(array_value<cd>(type_complex_double, {1, 2}, {cd(1, 2), cd(3, -4)}),
+                                           100, true),
+            "[1.0000 + 2.0000i 3.0000 - 4.0000i]");
+  EXPECT_EQ(internal::row_vector_to_string(array_value<bool>(type_logical, {1, 2}, {true, false}), 100, true),
+            "[1 0]");
+  EXPECT_EQ(internal::row_vector_to_string(sparse_row(), 100, true), "[1.5000 2.5000]");
+  EXPECT_EQ(internal::row_vector_to_string(zo_obj("abc", type_char), 100, true), "");
+}
+
+TEST_F(OneLine, StopsAfterElementPassingMaximum) {
+  auto* m = new matrix<int>(1, 50);
+  for (long k = 0; k < 50; ++k) (*m)(0, k) = static_cast<int>(100 + k);
+  EXPECT_EQ(internal::row_vector_to_string(zo_obj(type_int32, m), 20, true), "[100 101 102 103 104 105...]");
+}
+
+TEST_F(OneLine, SummaryOfAnyValue) {
+  EXPECT_EQ(internal::obj2str_one_line(array_value<int>(type_int32, {1, 3}, {1, 2, 3})), "[1 2 3]");
+  EXPECT_EQ(internal::obj2str_one_line(zo_obj(-0.5)), "-0.5000");
+  EXPECT_EQ(internal::obj2str_one_line(zo_obj("hello")), "\"hello\"");
+  EXPECT_EQ(internal::obj2str_one_line(zo_obj("abc", type_char)), "'abc'");
+  EXPECT_EQ(internal::obj2str_one_line(zo_obj("", type_char)), "''");
+  EXPECT_EQ(internal::obj2str_one_line(array_value<char>(type_char, {2, 3}, {})), "[2x3 char]");
+  EXPECT_EQ(internal::obj2str_one_line(array_value<double>(type_double, {2, 2}, {})), "[2x2 double]");
+  EXPECT_EQ(internal::obj2str_one_line(zo_obj()), "[1x1 void]");
+  set_format(6, true);
+  EXPECT_EQ(internal::obj2str_one_line(array_value<double>(type_double, {1, 3}, {})), "[1x3 double]");
+}
+
+}  // namespace
+}  // namespace zorvat
