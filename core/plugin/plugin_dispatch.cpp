@@ -1,6 +1,8 @@
 // plugin_dispatch.cpp: calling plugin functions with values: operators,
 // overloaded functions and plain calls.  Arguments cross as the addresses of
 // their zo_obj; results come back as zo_obj made with new and are adopted.
+#include <boost/container/small_vector.hpp>
+
 #include <stdexcept>
 
 #include "memory/messages.h"
@@ -11,6 +13,11 @@
 namespace zorvat {
 namespace internal {
 namespace {
+
+// Operator and most function calls have few operands and outputs: keep their
+// pointer arrays off the heap.
+template <class T>
+using short_array = boost::container::small_vector<T, 4>;
 
 // The output slots of one plugin call.  Whatever the plugin left in a slot
 // and nobody adopted is released, also when the plugin throws.
@@ -33,11 +40,11 @@ class output_slots {
   }
 
  private:
-  std::vector<__zxArray*> slots_;
+  short_array<__zxArray*> slots_;
 };
 
-std::vector<const __zxArray*> argument_array(const plugin_manager::value_list& values) {
-  std::vector<const __zxArray*> args;
+short_array<const __zxArray*> argument_array(const plugin_manager::value_list& values) {
+  short_array<const __zxArray*> args;
   args.reserve(values.size());
   for (const auto& v : values) args.push_back(reinterpret_cast<const __zxArray*>(v.get()));
   return args;
@@ -74,7 +81,7 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, value_li
   }
   if (!fn) return fail(-1, str_format(tr("错误 - 运算符 %s 不支持该类型的输入参数组合"), operator_symbol(op)));
 
-  std::vector<const __zxArray*> prhs = argument_array(args);
+  short_array<const __zxArray*> prhs = argument_array(args);
   output_slots plhs(1);
   try {
     fn(1, plhs.data(), static_cast<int>(n), prhs.data());
@@ -99,7 +106,7 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, std::sha
 }
 
 void plugin_manager::apply_function(function fn, int nargout, const value_list& prhs, result_list& results) {
-  std::vector<const __zxArray*> args = argument_array(prhs);
+  short_array<const __zxArray*> args = argument_array(prhs);
   output_slots plhs(static_cast<size_t>(nargout > 1 ? nargout : 1));
   fn(nargout, plhs.data(), static_cast<int>(args.size()), args.data());
 
