@@ -1,6 +1,7 @@
 #include "display/display_dense.h"
 
 #include <algorithm>
+#include <cmath>
 #include <complex>
 #include <type_traits>
 
@@ -39,14 +40,14 @@ size_t element_text(char* buf, const compiled_format& f, const format_info& info
                     const T& v, typename real_of<T>::type scale) {
   if constexpr (std::is_same_v<T, double> || std::is_same_v<T, float>) {
     const size_t n = f.real(buf, static_cast<double>(v / scale));
-    convert_nan_inplace(buf, n);
+    if (std::isnan(v)) convert_nan_inplace(buf, n);
     return n;
   } else if constexpr (is_complex<T>::value) {
     using R = typename T::value_type;
     const R im = v.imag();
     const size_t n = f.complex(buf, static_cast<double>(v.real() / scale), im < R(0) ? '-' : '+',
                                static_cast<double>(std::abs(im) / scale));
-    convert_nan_inplace(buf, n);
+    if (std::isnan(v.real()) || std::isnan(im)) convert_nan_inplace(buf, n);
     return n;
   } else if constexpr (std::is_same_v<T, bool>) {
     (void)info;

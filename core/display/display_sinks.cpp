@@ -7,19 +7,10 @@
 namespace zorvat {
 namespace internal {
 
-void FixedLengthStream::write(const char* p, std::size_t n) {
-  if (truncated) return;
-  stream.write(p, static_cast<std::streamsize>(n));
-  if (stream.tellp() > static_cast<std::streamoff>(limit)) {
-    stream.write("\n\n  ...\n", 8);
-    truncated = true;
-  }
-}
-
-template <int N>
-void BufferedStream<N>::write(const char* p, std::size_t n) {
-  stream.write(p, static_cast<std::streamsize>(n));
-  if (stream.tellp() > static_cast<std::streamoff>(threshold)) flush();
+void FixedLengthStream::mark_truncated() {
+  stream.rdbuf()->sputn("\n\n  ...\n", 8);
+  put_ += 8;
+  truncated = true;
 }
 
 template <int N>
@@ -34,6 +25,7 @@ void BufferedStream<N>::flush() {
   }
   stream.str(std::string());
   stream.clear();
+  put_ = 0;
 }
 
 template class BufferedStream<0>;

@@ -46,13 +46,24 @@ class FixedLengthStream {
 
   // Inserts n characters; once the put position passes `limit`, appends the
   // truncation mark and sets `truncated`.  Does nothing after that.
-  void write(const char* p, std::size_t n);
+  void write(const char* p, std::size_t n) {
+    // A failed stream drops output (and reports no position), as
+    // std::ostream::write and tellp() would.
+    if (truncated || stream.fail()) return;
+    stream.rdbuf()->sputn(p, static_cast<std::streamsize>(n));
+    put_ += static_cast<long>(n);
+    if (put_ > limit) mark_truncated();
+  }
   bool stopped() const { return truncated; }
   std::string str() const { return stream.str(); }
 
   std::stringstream stream;
   long limit;
   bool truncated = false;
+
+ private:
+  void mark_truncated();
+  long put_ = 0;  // the put position of `stream` (it is never repositioned)
 };
 
 // The console sink: text is buffered and emitted by flush() whenever the
@@ -63,7 +74,12 @@ class BufferedStream {
  public:
   BufferedStream(std::ostream* out, long threshold) : threshold(threshold), out(out) {}
 
-  void write(const char* p, std::size_t n);
+  void write(const char* p, std::size_t n) {
+    if (stream.fail()) return;  // as std::ostream::write would
+    stream.rdbuf()->sputn(p, static_cast<std::streamsize>(n));
+    put_ += static_cast<long>(n);
+    if (put_ > threshold) flush();
+  }
   bool stopped() const { return false; }
   // Emits the buffered text, empties the buffer and clears its error state.
   void flush();
@@ -71,6 +87,9 @@ class BufferedStream {
   std::stringstream stream;
   long threshold;
   std::ostream* out;
+
+ private:
+  long put_ = 0;  // the put position of `stream`
 };
 
 extern template class BufferedStream<0>;

@@ -219,6 +219,11 @@ compiled_format::compiled_format(const char* fmt) : fmt_(fmt) {
     sig_[n++] = (c == 'f' || c == 'e') ? 'r' : c == 'c' ? 'c' : 'i';
   }
   sig_[n] = '\0';
+  real_ok_ = accepts("r");
+  complex_ok_ = accepts("rcr");
+  char_ok_ = accepts("c");
+  star_int_ok_ = accepts("*i");
+  int_ok_ = accepts("i");
 }
 
 bool compiled_format::accepts(const char* convs) const {
@@ -286,14 +291,14 @@ size_t measured(int n) { return n < 0 ? 0 : static_cast<size_t>(n); }
 }  // namespace
 
 size_t compiled_format::real(char* buf, double x) const {
-  if (!accepts("r")) return measured(std::snprintf(buf, max_text, fmt_, x));
+  if (!real_ok_) return measured(std::snprintf(buf, max_text, fmt_, x));
   arg a[1];
   a[0].d = x;
   return run(buf, a);
 }
 
 size_t compiled_format::complex(char* buf, double re, int sign, double im) const {
-  if (!accepts("rcr")) return measured(std::snprintf(buf, max_text, fmt_, re, sign, im));
+  if (!complex_ok_) return measured(std::snprintf(buf, max_text, fmt_, re, sign, im));
   arg a[3];
   a[0].d = re;
   a[1].i = sign;
@@ -302,14 +307,14 @@ size_t compiled_format::complex(char* buf, double re, int sign, double im) const
 }
 
 size_t compiled_format::character(char* buf, int c) const {
-  if (!accepts("c")) return measured(std::snprintf(buf, max_text, fmt_, c));
+  if (!char_ok_) return measured(std::snprintf(buf, max_text, fmt_, c));
   arg a[1];
   a[0].i = c;
   return run(buf, a);
 }
 
 size_t compiled_format::integer(char* buf, int width, long v) const {
-  if (!accepts("*i") || width > 100 || width < -100) {
+  if (!star_int_ok_ || width > 100 || width < -100) {
     const bool wide = std::strchr(fmt_, 'l') != nullptr;
     return measured(wide ? std::snprintf(buf, max_text, fmt_, width, v)
                          : std::snprintf(buf, max_text, fmt_, width, static_cast<int>(v)));
@@ -325,7 +330,7 @@ size_t compiled_format::integer(char* buf, int width, unsigned long v) const {
 }
 
 size_t compiled_format::integer(char* buf, long v) const {
-  if (!accepts("i")) {
+  if (!int_ok_) {
     const bool wide = std::strchr(fmt_, 'l') != nullptr;
     return measured(wide ? std::snprintf(buf, max_text, fmt_, v)
                          : std::snprintf(buf, max_text, fmt_, static_cast<int>(v)));

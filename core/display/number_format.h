@@ -75,6 +75,8 @@ class compiled_format {
   } pieces_[max_pieces];
   int npieces_ = 0;
   char sig_[2 * max_pieces + 1] = {};
+  // Which argument signatures the fast path serves (see accepts()).
+  bool real_ok_ = false, complex_ok_ = false, char_ok_ = false, star_int_ok_ = false, int_ok_ = false;
   bool fast_ = false;
 };
 

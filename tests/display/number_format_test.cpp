@@ -70,29 +70,36 @@ class value_source {
     if (count_ < nspecial) return specials[count_++];
     ++count_;
     const double sign = (rng_() & 1) ? -1.0 : 1.0;
-    switch (rng_() % 8) {
+    switch (rng_() % 16) {
       case 0:  // any bit pattern: NaN payloads, subnormals, every exponent
         return from_bits(rng_());
       case 1: {  // magnitudes 1e-300 .. 1e300
         std::uniform_real_distribution<double> e(-300.0, 300.0);
         return sign * std::pow(10.0, e(rng_));
       }
-      case 2: {  // small magnitudes where fixed notation shows digits
+      case 2:
+      case 3:
+      case 4: {  // small magnitudes where fixed notation shows digits
         std::uniform_real_distribution<double> e(-6.0, 16.0);
         return sign * std::pow(10.0, e(rng_));
       }
-      case 3:
-      case 4: {  // on and next to a rounding boundary of the last shown digit
+      case 5:
+      case 6:
+      case 7:
+      case 8:
+      case 9: {  // on and next to a rounding boundary of the last shown digit
         double b = boundary();
         const int step = static_cast<int>(rng_() % 5) - 2;
         for (int k = 0; k < step; ++k) b = std::nextafter(b, HUGE_VAL);
         for (int k = 0; k > step; --k) b = std::nextafter(b, -HUGE_VAL);
         return sign * b;
       }
-      case 5: {  // subnormals
+      case 10: {  // subnormals
         return sign * from_bits(rng_() & ((std::uint64_t{1} << 52) - 1));
       }
-      case 6: {  // values in (0, 1), the common case
+      case 11:
+      case 12:
+      case 13: {  // values in (0, 1), the common case
         std::uniform_real_distribution<double> u(0.0, 1.0);
         return sign * u(rng_);
       }
