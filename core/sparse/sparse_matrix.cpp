@@ -38,9 +38,55 @@ struct sparse_element<std::complex<R>> {
 
 long non_negative(long v) { return v < 0 ? 0 : v; }
 
-// Columns no longer than this are sorted by insertion in place (stable and
-// without buffers); longer ones by a stable sort through a buffer.
-constexpr long insertion_sort_limit = 32;
+// Columns no longer than this are sorted by rank on the stack; longer ones
+// by a stable sort through a buffer.
+constexpr long short_column = 32;
+
+// Sorts the entries of one column by row, stably.  Short columns are sorted
+// by rank on the stack; longer ones through a buffer made once, up front,
+// for the longest column.
+template <class T>
+class column_sorter {
+ public:
+  explicit column_sorter(long longest) {
+    if (longest > short_column) buffer_.reserve(static_cast<size_t>(longest));
+  }
+  void sort(long* ir, T* pr, long len) {
+    if (std::is_sorted(ir, ir + len)) return;
+    if (len <= short_column) {
+      // Stable rank sort: an entry's place is the number of entries with a
+      // smaller row plus those of the same row before it.  No data-dependent
+      // branches, which matters for the many short random columns of a
+      // coordinate list.
+      long rows[short_column];
+      T values[short_column];
+      for (long k = 0; k < len; ++k) {
+        const long r = ir[k];
+        long rank = 0;
+        for (long q = 0; q < k; ++q) rank += ir[q] <= r;
+        for (long q = k + 1; q < len; ++q) rank += ir[q] < r;
+        rows[rank] = r;
+        values[rank] = pr[k];
+      }
+      std::copy_n(rows, len, ir);
+      std::copy_n(values, len, pr);
+      return;
+    }
+    buffer_.clear();
+    for (long k = 0; k < len; ++k) buffer_.emplace_back(ir[k], pr[k]);
+    std::stable_sort(buffer_.begin(), buffer_.end(),
+                     [](const std::pair<long, T>& a, const std::pair<long, T>& b) {
+                       return a.first < b.first;
+                     });
+    for (long k = 0; k < len; ++k) {
+      ir[k] = buffer_[k].first;
+      pr[k] = buffer_[k].second;
+    }
+  }
+
+ private:
+  std::vector<std::pair<long, T>> buffer_;
+};
 
 // The two-dimensional shape named by a dims vector: missing extents are 1,
 // extents beyond the second must be 1.
@@ -75,38 +121,78 @@ sparse_matrix<T>::sparse_matrix(long m, long n, long nzmax, const long* ir, cons
   for (long j = 0; j < n; ++j) jce[j] = jc[j + 1];
 }
 
+// The result is exactly that of placing the triplets in list order and then
+// calling compress(false) and reorder(), reached in fewer passes: one pass
+// validates and counts, one places, and one sequential pass over the columns
+// sorts each column by row stably and merges every run of equal rows by the
+// compress rule (leading zeros dropped, the rest summed in list order).  The
+// stable sort keeps the list order within a run, so the sums are the same to
+// the bit, and no row marker is needed.
 template <class T>
 sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m, long n) {
+  initialize(0, 0, 0);
   long nrows = non_negative(m);
   long ncols = non_negative(n);
+  // counts[c + 1] = entries of column c, grown when a triplet lies beyond n.
+  index_vector counts(static_cast<size_t>(ncols) + 1);
   for (const triplet<T>& t : triplets) {
     if (t.row < 0 || t.col < 0)
       throw std::runtime_error(tr("稀疏矩阵的三元组中行号和列号不能为负数。"));
     if (t.row >= nrows) nrows = t.row + 1;
-    if (t.col >= ncols) ncols = t.col + 1;
+    if (t.col >= ncols) {
+      ncols = t.col + 1;
+      counts.resize(static_cast<size_t>(ncols) + 1);
+    }
+    ++counts[t.col + 1];
   }
-  initialize(nrows, ncols, 0);
-
-  // Column starts from the counts; jce serves as each column's next free
-  // place while the triplets are placed and ends up equal to jc[j + 1].
-  long* jc = jc_->data();
-  for (const triplet<T>& t : triplets) ++jc[t.col + 1];
-  for (long j = 0; j < ncols; ++j) jc[j + 1] += jc[j];
-  long* jce = jce_->data();
-  std::copy_n(jc, ncols, jce);
-
   const size_t total = triplets.size();
+  jce_->resize(static_cast<size_t>(ncols), boost::container::default_init);
   ir_->resize(total, boost::container::default_init);
   pr_->resize(total, boost::container::default_init);
+  jc_->swap(counts);
+  dims_[0] = nrows;
+  dims_[1] = ncols;
   refresh_values();
+
+  // Column starts; jce is each column's next free place while filling and
+  // ends up equal to jc[j + 1].
+  long* jc = jc_->data();
+  long* jce = jce_->data();
+  long longest = 0;
+  for (long j = 0; j < ncols; ++j) {
+    longest = std::max(longest, jc[j + 1]);
+    jc[j + 1] += jc[j];
+    jce[j] = jc[j];
+  }
   long* ir = ir_->data();
+  T* pr = values_;
   for (const triplet<T>& t : triplets) {
     const long k = jce[t.col]++;
     ir[k] = t.row;
-    values_[k] = t.value;
+    pr[k] = t.value;
   }
-  compress(false);
-  reorder();
+
+  column_sorter<T> sorter(longest);
+  long kept = 0;
+  for (long j = 0; j < ncols; ++j) {
+    const long start = kept;
+    const long end = jce[j];
+    long k = jc[j];
+    sorter.sort(ir + k, pr + k, end - k);
+    while (k < end) {
+      const long r = ir[k];
+      while (k < end && ir[k] == r && sparse_element<T>::is_zero(pr[k])) ++k;
+      if (k == end || ir[k] != r) continue;
+      T sum = pr[k++];
+      for (; k < end && ir[k] == r; ++k) sparse_element<T>::add_to(sum, pr[k]);
+      ir[kept] = r;
+      pr[kept] = sum;
+      ++kept;
+    }
+    jc[j] = start;
+    jce[j] = kept;
+  }
+  jc[ncols] = kept;
 }
 
 template <class T>
@@ -301,40 +387,8 @@ void sparse_matrix<T>::reorder() {
   long longest = 0;
   for (long j = 0; j < n; ++j) longest = std::max(longest, jce[j] - jc[j]);
   // The buffer is made before any column is touched.
-  std::vector<std::pair<long, T>> buffer;
-  if (longest > insertion_sort_limit) buffer.reserve(static_cast<size_t>(longest));
-
-  T* pr = values_;
-  for (long j = 0; j < n; ++j) {
-    const long lo = jc[j];
-    const long hi = jce[j];
-    if (std::is_sorted(ir + lo, ir + hi)) continue;
-    if (hi - lo <= insertion_sort_limit) {
-      // Stable: an entry moves only past rows strictly greater than its own.
-      for (long k = lo + 1; k < hi; ++k) {
-        const long r = ir[k];
-        const T v = pr[k];
-        long p = k;
-        for (; p > lo && ir[p - 1] > r; --p) {
-          ir[p] = ir[p - 1];
-          pr[p] = pr[p - 1];
-        }
-        ir[p] = r;
-        pr[p] = v;
-      }
-      continue;
-    }
-    buffer.clear();
-    for (long k = lo; k < hi; ++k) buffer.emplace_back(ir[k], pr[k]);
-    std::stable_sort(buffer.begin(), buffer.end(),
-                     [](const std::pair<long, T>& a, const std::pair<long, T>& b) {
-                       return a.first < b.first;
-                     });
-    for (long k = lo; k < hi; ++k) {
-      ir[k] = buffer[k - lo].first;
-      pr[k] = buffer[k - lo].second;
-    }
-  }
+  column_sorter<T> sorter(longest);
+  for (long j = 0; j < n; ++j) sorter.sort(ir + jc[j], values_ + jc[j], jce[j] - jc[j]);
 }
 
 template <class T>
