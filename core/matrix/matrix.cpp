@@ -182,49 +182,38 @@ void matrix<T>::clear() {
 
 template <class T>
 void matrix<T>::iterator::advance_along_dim(long d) {
+  index_[0] = i0_;
   const long start = d;
   const long last = static_cast<long>(index_.size()) - 1;
   const long* dims = m_->dims_.data();
   const long* strides = m_->strides_.data();
-  while (d < last) {
-    ptr_ += strides[d];
-    if (++index_[d] < dims[d]) return;
-    index_[d] = 0;
-    ptr_ -= strides[d] * dims[d];
-    ++d;
-  }
-  ++index_[last];
-  ptr_ += strides[last];
-  // The end position is the same whichever dimension the walk advanced along.
-  if (index_[last] == dims[last] && start >= 1) {
-    for (long k = 0; k < start; ++k) {
-      index_[k] = 0;
-      ptr_ -= strides[k] * dims[k];
+  for (;; ++d) {
+    if (d == last) {
+      ++index_[last];
+      ptr_ += strides[last];
+      // The end position is the same whichever dimension the walk advanced along.
+      if (index_[last] == dims[last] && start >= 1) {
+        for (long k = 0; k < start; ++k) {
+          index_[k] = 0;
+          ptr_ -= strides[k] * dims[k];
+        }
+      }
+      break;
     }
-  }
-}
-
-template <class T>
-void matrix<T>::iterator::carry(long d) {
-  // Continuation of a step that started at dimension 0 and wrapped it.
-  const long last = static_cast<long>(index_.size()) - 1;
-  const long* dims = m_->dims_.data();
-  const long* strides = m_->strides_.data();
-  while (d < last) {
     ptr_ += strides[d];
-    if (++index_[d] < dims[d]) return;
+    if (++index_[d] < dims[d]) break;
     index_[d] = 0;
     ptr_ -= strides[d] * dims[d];
-    ++d;
   }
-  ++index_[last];
-  ptr_ += strides[last];
+  i0_ = index_[0];
+  il_ = index_[last];
 }
 
 template <class T>
 void matrix<T>::iterator::move_to_end() {
   const size_t last = index_.size() - 1;
   index_[last] = m_->dims_[last];
+  il_ = index_[last];
   ptr_ = m_->data_ + m_->dims_[last] * m_->strides_[last];
 }
 

@@ -246,27 +246,27 @@ class matrix : public matrix_base {
 
     iterator() = default;
     iterator(const matrix& m, bool at_end)
-        : m_(&m), index_(m.dims_.size(), 0), ptr_(m.data_) {
+        : m_(&m), index_(m.dims_.size(), 0), ptr_(m.data_), n0_(m.dims_[0]), s0_(m.strides_[0]) {
       if (at_end) move_to_end();
     }
 
     T& operator*() const { return *ptr_; }
     T* operator->() const { return ptr_; }
-    const std::vector<long>& index() const { return index_; }
+    const std::vector<long>& index() const {
+      index_[0] = i0_;
+      return index_;
+    }
     T* ptr() const { return ptr_; }
 
     iterator& operator++() {
-      // Fast path of the odometer: the first dimension has not wrapped.
-      const long* s = m_->strides_.data();
-      if (index_.size() > 1) {
-        ptr_ += s[0];
-        if (++index_[0] < m_->dims_[0]) return *this;
-        ptr_ -= s[0] * m_->dims_[0];
-        index_[0] = 0;
-        carry(1);
-        return *this;
-      }
-      advance_along_dim(0);
+      // Fast path of the odometer: the first dimension has not wrapped.  Its
+      // subscript lives in i0_ while walking so the hot loop touches no
+      // memory but the element.
+      ptr_ += s0_;
+      if (++i0_ < n0_) return *this;
+      ptr_ -= s0_ * n0_;
+      i0_ = 0;
+      carry(1);
       return *this;
     }
     iterator operator++(int) {
@@ -278,19 +278,41 @@ class matrix : public matrix_base {
     void advance_along_dim(long d);
     void move_to_end();
 
+    // Compares the subscripts from the last entry down to the first; the
+    // length of the left operand decides.
     bool operator==(const iterator& o) const {
-      for (size_t k = index_.size(); k-- > 0;)
-        if (index_[k] != o.index_[k]) return false;
-      return true;
+      // The last subscript decides almost every comparison with end().
+      if (il_ != o.il_) return false;
+      const size_t n = index_.size(), on = o.index_.size();
+      if (n == 0) return true;
+      for (size_t k = n; k-- > 1;)
+        if (index_[k] != (k < on ? o.index_[k] : 0)) return false;
+      return i0_ == o.i0_;
     }
     bool operator!=(const iterator& o) const { return !(*this == o); }
 
    private:
-    void carry(long d);
+    // Continues a step that started at dimension 0 and wrapped it.  Inline so
+    // that a walk keeps the iterator in registers.
+    void carry(long d) {
+      const long last = static_cast<long>(index_.size()) - 1;
+      const long* dims = m_->dims_.data();
+      const long* strides = m_->strides_.data();
+      for (; d < last; ++d) {
+        ptr_ += strides[d];
+        if (++index_[d] < dims[d]) return;
+        index_[d] = 0;
+        ptr_ -= strides[d] * dims[d];
+      }
+      il_ = ++index_[last];
+      ptr_ += strides[last];
+    }
 
     const matrix* m_ = nullptr;
-    std::vector<long> index_;
+    mutable std::vector<long> index_;  // entry 0 is kept in i0_ while walking
     T* ptr_ = nullptr;
+    long i0_ = 0, n0_ = 0, s0_ = 0;
+    long il_ = 0;  // copy of the last subscript, for a one-compare end test
   };
 
  private:
