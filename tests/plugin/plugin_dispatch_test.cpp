@@ -274,16 +274,6 @@ TEST_F(Overloads, PluginOverloadDeclinesOtherTypes) {
   data.remove_overload_function_by_tag("zz_fallback");
 }
 
-TEST(OverloadFailure, Messages) {
-  EXPECT_STREQ(overload_check_failure().what(), "overload check failed");
-  EXPECT_STREQ(overload_check_failure("mine").what(), "mine");
-  try {
-    zorvat::return_overload_check_fail_msg("text");
-  } catch (const std::exception& e) {
-    EXPECT_STREQ(e.what(), "text");
-  }
-}
-
 // --- apply_function ----------------------------------------------------------------
 
 class ApplyFunction : public PluginTest {
