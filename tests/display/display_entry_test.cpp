@@ -12,6 +12,7 @@
 #include "display_test_util.h"
 #include "host/host_query.h"
 #include "sparse/sparse_matrix.h"
+#include "value/structure.h"
 
 namespace zorvat {
 namespace {
@@ -337,6 +338,15 @@ TEST_F(OneLine, SummaryOfAnyValue) {
   EXPECT_EQ(internal::obj2str_one_line(zo_obj()), "[1x1 void]");
   set_format(6, true);
   EXPECT_EQ(internal::obj2str_one_line(array_value<double>(type_double, {1, 3}, {})), "[1x3 double]");
+}
+
+TEST_F(OneLine, StructureFieldLinesUseIt) {
+  structure st;
+  st.set_field("v", std::make_shared<zo_obj>(array_value<int>(type_int32, {1, 3}, {1, 2, 3})), false);
+  st.set_field("t", std::make_shared<zo_obj>("abc", type_char), false);
+  const std::string text = st.to_string(false);
+  EXPECT_NE(text.find("[1 2 3]"), std::string::npos) << text;
+  EXPECT_NE(text.find("'abc'"), std::string::npos) << text;
 }
 
 }  // namespace
