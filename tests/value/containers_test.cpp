@@ -178,6 +178,18 @@ TEST(Structure, ResizeKeepsRecordsAtTheirSubscripts) {
   expect_invariants(s);
 }
 
+TEST(Structure, FailedResizeLeavesTheStructureAsItWas) {
+  structure s(2, 1);
+  s.create_field_table("a");
+  s.create_field_table("b")(1) = dbl(5);
+  // The byte size does not fit 64 bits: refused before any allocation (an
+  // exhausted heap cannot be provoked through array new under the sanitizers).
+  EXPECT_THROW(s.resize(1L << 31, 1L << 31), std::bad_alloc);
+  EXPECT_EQ(s.dim_vec(), (std::vector<long>{2, 1}));
+  EXPECT_EQ(s.get_field_table("b")(1)->as_double(), 5.0);
+  expect_invariants(s);
+}
+
 TEST(Structure, CopyOnWriteEachDetachesEveryField) {
   structure a;
   a.set_field("x", dbl(1), false);
