@@ -42,6 +42,8 @@
 #include "display/display_format.h"
 #include "display/display_kinds.h"
 #include "display/display_sinks.h"
+#include "display/display_sparse.h"
+#include "display/display_string.h"
 #include "display/display_text.h"
 #include "display/number_format.h"
 

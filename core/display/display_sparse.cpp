@@ -1,0 +1,182 @@
+// Sparse matrices (kinds 26..30): one line per stored entry.
+#include "display/display_sparse.h"
+
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <type_traits>
+
+#include "display/display_dense.h"
+#include "display/display_format.h"
+#include "display/number_format.h"
+#include "memory/messages.h"
+#include "memory/str_util.h"
+#include "value/zo_obj.h"
+
+namespace zorvat {
+namespace internal {
+
+namespace {
+
+template <class T>
+struct is_complex_t : std::false_type {};
+template <class T>
+struct is_complex_t<std::complex<T>> : std::true_type {};
+
+int decimal_digits(long v) {
+  int n = 1;
+  for (; v >= 10; v /= 10) ++n;
+  return n;
+}
+
+// Writes v (>= 0) right-aligned in w characters; returns the end.
+char* put_padded(char* p, long v, int w) {
+  char digits[24];
+  int n = 0;
+  do {
+    digits[n++] = static_cast<char>('0' + v % 10);
+    v /= 10;
+  } while (v != 0);
+  for (int k = n; k < w; ++k) *p++ = ' ';
+  while (n != 0) *p++ = digits[--n];
+  return p;
+}
+
+// '+' above zero, '-' below, a blank for zero and NaN; complex entries by
+// their real part, as in the dense display.
+template <class T>
+char sign_char(const T& v) {
+  if constexpr (is_complex_t<T>::value)
+    return sign_char(v.real());
+  else
+    return v > T(0) ? '+' : v < T(0) ? '-' : ' ';
+}
+
+// The element text; a stored NaN keeps printf's lower-case "nan" here, unlike
+// the dense display (intended).
+template <class T>
+size_t element_text(char* buf, const compiled_format& f, const T& v, double scale) {
+  if constexpr (std::is_same_v<T, bool>) {
+    (void)scale;
+    return f.integer(buf, static_cast<long>(v));
+  } else if constexpr (is_complex_t<T>::value) {
+    using R = typename T::value_type;
+    const R sc = static_cast<R>(scale);
+    const R im = v.imag();
+    return f.complex(buf, static_cast<double>(v.real() / sc), im < R(0) ? '-' : '+',
+                     static_cast<double>(std::abs(im) / sc));
+  } else {
+    return f.real(buf, static_cast<double>(v / static_cast<T>(scale)));
+  }
+}
+
+}  // namespace
+
+template <class T>
+double get_scale_float(const sparse_matrix<T>& m, double lower, double upper) {
+  double max_mag = 1.0;
+  const T* pr = m.pr();
+  const long* jc = m.jc();
+  const long* jce = m.jce();
+  for (long j = 0, n = m.cols(); j < n; ++j) {
+    for (long k = jc[j]; k < jce[j]; ++k) {
+      const double mag = static_cast<double>(std::abs(pr[k]));
+      if (mag <= std::numeric_limits<double>::max() && mag > max_mag) max_mag = mag;  // skips NaN, inf
+    }
+  }
+  const double e = std::floor(std::log10(max_mag));
+  if (e >= upper || e <= lower) return std::pow(10.0, e);
+  return 1.0;
+}
+
+template <class S, class T>
+void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
+  if (s.stopped()) return;
+  const format_info info = get_format_info(m, -1);
+  if (info.fmt == nullptr) {
+    s << tr("    (该类型变量暂不支持的以该格式输出)\n");
+    loose_newline(s);
+    return;
+  }
+  const long rows = m.rows(), cols = m.cols();
+  if (rows == 0 || cols == 0) {
+    loose_newline(s);
+    return;
+  }
+  const T* pr = m.pr();
+  const long* ir = m.ir();
+  const long* jc = m.jc();
+  const long* jce = m.jce();
+  long entries = 0;  // the real entries: slack behind a column's end is not counted
+  for (long j = 0; j < cols; ++j) entries += jce[j] - jc[j];
+  if (entries == 0) {
+    s << tr("  (全 0 矩阵)\n");
+    loose_newline(s);
+    return;
+  }
+  const int rw = decimal_digits(rows), cw = decimal_digits(cols);
+  const std::uint32_t format = global::fmt_fl.format;
+  double scale = 1.0;
+  if (format != 9 && !m.is_scalar() && (format == 0 || format == 1)) {
+    if constexpr (!std::is_same_v<T, bool>) scale = get_scale_float(m, -3.0, 3.0);
+    if (scale != 1.0) {
+      s << str_format("  %.1e *", scale) << "\n";
+      loose_newline(s);
+    }
+  }
+  const compiled_format f(info.fmt);
+  // "  (" row "," column ")" then the element text (or one sign character).
+  char line[64 + compiled_format::max_text];
+  for (long j = 0; j < cols; ++j) {
+    for (long k = jc[j]; k < jce[j]; ++k) {
+      if (s.stopped()) return;
+      char* p = line;
+      *p++ = ' ';
+      *p++ = ' ';
+      *p++ = '(';
+      p = put_padded(p, ir[k] + 1, rw);
+      *p++ = ',';
+      p = put_padded(p, j + 1, cw);
+      *p++ = ')';
+      if (format == 9)
+        *p++ = sign_char(pr[k]);
+      else
+        p += element_text(p, f, pr[k], scale);
+      *p++ = '\n';
+      s.write(line, static_cast<size_t>(p - line));
+    }
+  }
+  loose_newline(s);
+}
+
+template <class S>
+void obj2str_impl_sparse(S& s, const zo_obj& obj) {
+  if (obj.payload() != nullptr) {
+    switch (obj.type) {
+      case type_sparse_double: return obj2str_impl_sparse(s, obj.get<sparse_matrix<double>>());
+      case type_sparse_single: return obj2str_impl_sparse(s, obj.get<sparse_matrix<float>>());
+      case type_sparse_complex_double:
+        return obj2str_impl_sparse(s, obj.get<sparse_matrix<std::complex<double>>>());
+      case type_sparse_complex_single:
+        return obj2str_impl_sparse(s, obj.get<sparse_matrix<std::complex<float>>>());
+      case type_sparse_logical: return obj2str_impl_sparse(s, obj.get<sparse_matrix<bool>>());
+      default: break;
+    }
+  }
+  s << tr("  (暂不支持该类型数据的输出)");
+}
+
+#define ZORVAT_INSTANTIATE_SPARSE_SCALE(T) template double get_scale_float(const sparse_matrix<T>&, double, double);
+ZORVAT_FOR_EACH_SPARSE_TYPE(ZORVAT_INSTANTIATE_SPARSE_SCALE)
+#undef ZORVAT_INSTANTIATE_SPARSE_SCALE
+#define ZORVAT_INSTANTIATE_SPARSE_CL(S, T) template void obj2str_impl_sparse(S&, const sparse_matrix<T>&);
+#define ZORVAT_INSTANTIATE_SPARSE_CL_TYPE(T) ZORVAT_FOR_EACH_DISPLAY_SINK_WITH(ZORVAT_INSTANTIATE_SPARSE_CL, T)
+ZORVAT_FOR_EACH_SPARSE_TYPE(ZORVAT_INSTANTIATE_SPARSE_CL_TYPE)
+#undef ZORVAT_INSTANTIATE_SPARSE_CL_TYPE
+#undef ZORVAT_INSTANTIATE_SPARSE_CL
+#define ZORVAT_INSTANTIATE_SPARSE_SINK(S) template void obj2str_impl_sparse(S&, const zo_obj&);
+ZORVAT_FOR_EACH_DISPLAY_SINK(ZORVAT_INSTANTIATE_SPARSE_SINK)
+#undef ZORVAT_INSTANTIATE_SPARSE_SINK
+
+}  // namespace internal
+}  // namespace zorvat
