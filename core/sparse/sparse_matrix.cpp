@@ -1,6 +1,11 @@
 #include "sparse/sparse_matrix.h"
 
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
 #include <algorithm>
+#include <cstdint>
 #include <stdexcept>
 #include <utility>
 
@@ -37,6 +42,33 @@ struct sparse_element<std::complex<R>> {
 };
 
 long non_negative(long v) { return v < 0 ? 0 : v; }
+
+// Large arrays that are about to be written whole are usually fresh from the
+// system, and taking them a 4 KiB page per fault can cost more than the work
+// itself.  So before writing, ask for transparent huge pages on the array's
+// 2 MiB-aligned interior and fault its pages in with one call.  Both are only
+// hints (the second needs Linux 5.14); the contents do not change, as the
+// array is about to be overwritten anyway.
+void prepare_for_writing(void* p, size_t bytes) {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+  constexpr uintptr_t huge = uintptr_t{1} << 21;
+  constexpr uintptr_t page = uintptr_t{1} << 12;
+  if (bytes < huge / 4) return;
+  const uintptr_t begin = reinterpret_cast<uintptr_t>(p);
+  const uintptr_t end = begin + bytes;
+  const uintptr_t first = (begin + huge - 1) & ~(huge - 1);
+  const uintptr_t last = end & ~(huge - 1);
+  if (last > first) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+#ifndef MADV_POPULATE_WRITE
+#define MADV_POPULATE_WRITE 23
+#endif
+  const uintptr_t lo = begin & ~(page - 1);
+  madvise(reinterpret_cast<void*>(lo), end - lo, MADV_POPULATE_WRITE);
+#else
+  (void)p;
+  (void)bytes;
+#endif
+}
 
 // Columns no longer than this are sorted by rank on the stack; longer ones
 // by a stable sort through a buffer.
@@ -134,7 +166,10 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   long nrows = non_negative(m);
   long ncols = non_negative(n);
   // counts[c + 1] = entries of column c, grown when a triplet lies beyond n.
-  index_vector counts(static_cast<size_t>(ncols) + 1);
+  index_vector counts;
+  counts.resize(static_cast<size_t>(ncols) + 1, boost::container::default_init);
+  prepare_for_writing(counts.data(), counts.size() * sizeof(long));
+  std::fill(counts.begin(), counts.end(), 0L);
   for (const triplet<T>& t : triplets) {
     if (t.row < 0 || t.col < 0)
       throw std::runtime_error(tr("稀疏矩阵的三元组中行号和列号不能为负数。"));
@@ -149,6 +184,9 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   jce_->resize(static_cast<size_t>(ncols), boost::container::default_init);
   ir_->resize(total, boost::container::default_init);
   pr_->resize(total, boost::container::default_init);
+  prepare_for_writing(ir_->data(), total * sizeof(long));
+  prepare_for_writing(pr_->data(), total * sizeof(T));
+  prepare_for_writing(jce_->data(), static_cast<size_t>(ncols) * sizeof(long));
   jc_->swap(counts);
   dims_[0] = nrows;
   dims_[1] = ncols;
