@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -80,28 +81,17 @@ constexpr long short_column = 32;
 template <class T>
 class column_sorter {
  public:
-  explicit column_sorter(long longest) {
+  // `nrows` bounds every row index of the columns to sort.
+  column_sorter(long longest, long nrows) : narrow_keys_(nrows <= narrow_rows) {
     if (longest > short_column) buffer_.reserve(static_cast<size_t>(longest));
   }
   void sort(long* ir, T* pr, long len) {
     if (std::is_sorted(ir, ir + len)) return;
     if (len <= short_column) {
-      // Stable rank sort: an entry's place is the number of entries with a
-      // smaller row plus those of the same row before it.  No data-dependent
-      // branches, which matters for the many short random columns of a
-      // coordinate list.
-      long rows[short_column];
-      T values[short_column];
-      for (long k = 0; k < len; ++k) {
-        const long r = ir[k];
-        long rank = 0;
-        for (long q = 0; q < k; ++q) rank += ir[q] <= r;
-        for (long q = k + 1; q < len; ++q) rank += ir[q] < r;
-        rows[rank] = r;
-        values[rank] = pr[k];
-      }
-      std::copy_n(rows, len, ir);
-      std::copy_n(values, len, pr);
+      if (narrow_keys_)
+        sort_short_narrow(ir, pr, len);
+      else
+        sort_short(ir, pr, len);
       return;
     }
     buffer_.clear();
@@ -117,6 +107,57 @@ class column_sorter {
   }
 
  private:
+  // Rows below this fit a 32-bit key together with a position below 32.
+  static constexpr long narrow_rows = long{1} << 26;
+
+  // Stable rank sort: an entry's place is the number of entries with a
+  // smaller row plus those of the same row before it.  No data-dependent
+  // branches, which matters for the many short random columns of a
+  // coordinate list.
+  void sort_short(long* ir, T* pr, long len) {
+    long rows[short_column];
+    T values[short_column];
+    for (long k = 0; k < len; ++k) {
+      const long r = ir[k];
+      long rank = 0;
+      for (long q = 0; q < k; ++q) rank += ir[q] <= r;
+      for (long q = k + 1; q < len; ++q) rank += ir[q] < r;
+      rows[rank] = r;
+      values[rank] = pr[k];
+    }
+    for (long k = 0; k < len; ++k) {
+      ir[k] = rows[k];
+      pr[k] = values[k];
+    }
+  }
+
+  // The same ranks from the keys row * 32 + position, which are distinct and
+  // ordered as (row, position): the rank is the number of smaller keys.  The
+  // keys are padded to a multiple of 8 with the largest value, so the count
+  // runs over whole blocks of 32-bit lanes.
+  void sort_short_narrow(long* ir, T* pr, long len) {
+    constexpr std::int32_t pad = std::numeric_limits<std::int32_t>::max();
+    alignas(32) std::int32_t keys[short_column];
+    long rows[short_column];
+    T values[short_column];
+    const long blocks = (len + 7) / 8;
+    for (long k = 0; k < len; ++k) keys[k] = static_cast<std::int32_t>(ir[k] * short_column + k);
+    for (long k = len; k < blocks * 8; ++k) keys[k] = pad;
+    for (long k = 0; k < len; ++k) {
+      const std::int32_t key = keys[k];
+      std::int32_t rank = 0;
+      for (long b = 0; b < blocks; ++b)
+        for (long q = 0; q < 8; ++q) rank += keys[8 * b + q] < key;
+      rows[rank] = ir[k];
+      values[rank] = pr[k];
+    }
+    for (long k = 0; k < len; ++k) {
+      ir[k] = rows[k];
+      pr[k] = values[k];
+    }
+  }
+
+  bool narrow_keys_;
   std::vector<std::pair<long, T>> buffer_;
 };
 
@@ -210,7 +251,7 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
     pr[k] = t.value;
   }
 
-  column_sorter<T> sorter(longest);
+  column_sorter<T> sorter(longest, nrows);
   long kept = 0;
   for (long j = 0; j < ncols; ++j) {
     const long start = kept;
@@ -425,7 +466,8 @@ void sparse_matrix<T>::reorder() {
   long longest = 0;
   for (long j = 0; j < n; ++j) longest = std::max(longest, jce[j] - jc[j]);
   // The buffer is made before any column is touched.
-  column_sorter<T> sorter(longest);
+  // The raw-array constructor checks no rows, so no bound on them is assumed.
+  column_sorter<T> sorter(longest, std::numeric_limits<long>::max());
   for (long j = 0; j < n; ++j) sorter.sort(ir + jc[j], values_ + jc[j], jce[j] - jc[j]);
 }
 
