@@ -85,6 +85,31 @@ class column_sorter {
   column_sorter(long longest, long nrows) : narrow_keys_(nrows <= narrow_rows) {
     if (longest > short_column) buffer_.reserve(static_cast<size_t>(longest));
   }
+  // Whether sorted_copy() may be used: every row is below 2^26.
+  bool narrow_keys() const { return narrow_keys_; }
+
+  // Writes the len <= short_column entries sorted by row, stably, to rows and
+  // values.  REQUIRES: narrow_keys().  The rank sort of sort_short on the keys
+  // row * 32 + position, which are distinct and ordered as (row, position):
+  // an entry's rank is the number of smaller keys.  The keys are padded to a
+  // multiple of 8 with the largest value, so the count runs over whole blocks
+  // of 32-bit lanes.
+  static void sorted_copy(const long* ir, const T* pr, long len, long* rows, T* values) {
+    constexpr std::int32_t pad = std::numeric_limits<std::int32_t>::max();
+    alignas(32) std::int32_t keys[short_column];
+    const long blocks = (len + 7) / 8;
+    for (long k = 0; k < len; ++k) keys[k] = static_cast<std::int32_t>(ir[k] * short_column + k);
+    for (long k = len; k < blocks * 8; ++k) keys[k] = pad;
+    for (long k = 0; k < len; ++k) {
+      const std::int32_t key = keys[k];
+      std::int32_t rank = 0;
+      for (long b = 0; b < blocks; ++b)
+        for (long q = 0; q < 8; ++q) rank += keys[8 * b + q] < key;
+      rows[rank] = ir[k];
+      values[rank] = pr[k];
+    }
+  }
+
   void sort(long* ir, T* pr, long len) {
     if (std::is_sorted(ir, ir + len)) return;
     if (len <= short_column) {
@@ -131,26 +156,10 @@ class column_sorter {
     }
   }
 
-  // The same ranks from the keys row * 32 + position, which are distinct and
-  // ordered as (row, position): the rank is the number of smaller keys.  The
-  // keys are padded to a multiple of 8 with the largest value, so the count
-  // runs over whole blocks of 32-bit lanes.
   void sort_short_narrow(long* ir, T* pr, long len) {
-    constexpr std::int32_t pad = std::numeric_limits<std::int32_t>::max();
-    alignas(32) std::int32_t keys[short_column];
     long rows[short_column];
     T values[short_column];
-    const long blocks = (len + 7) / 8;
-    for (long k = 0; k < len; ++k) keys[k] = static_cast<std::int32_t>(ir[k] * short_column + k);
-    for (long k = len; k < blocks * 8; ++k) keys[k] = pad;
-    for (long k = 0; k < len; ++k) {
-      const std::int32_t key = keys[k];
-      std::int32_t rank = 0;
-      for (long b = 0; b < blocks; ++b)
-        for (long q = 0; q < 8; ++q) rank += keys[8 * b + q] < key;
-      rows[rank] = ir[k];
-      values[rank] = pr[k];
-    }
+    sorted_copy(ir, pr, len, rows, values);
     for (long k = 0; k < len; ++k) {
       ir[k] = rows[k];
       pr[k] = values[k];
@@ -251,19 +260,32 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
     pr[k] = t.value;
   }
 
+  // Each column is sorted, then merged from the sorted entries to the front.
+  // A short column is sorted into a copy on the stack and merged from there.
   column_sorter<T> sorter(longest, nrows);
+  long sorted_rows[short_column];
+  T sorted_values[short_column];
   long kept = 0;
   for (long j = 0; j < ncols; ++j) {
     const long start = kept;
-    const long end = jce[j];
-    long k = jc[j];
-    sorter.sort(ir + k, pr + k, end - k);
-    while (k < end) {
-      const long r = ir[k];
-      while (k < end && ir[k] == r && sparse_element<T>::is_zero(pr[k])) ++k;
-      if (k == end || ir[k] != r) continue;
-      T sum = pr[k++];
-      for (; k < end && ir[k] == r; ++k) sparse_element<T>::add_to(sum, pr[k]);
+    const long len = jce[j] - jc[j];
+    const long* from_ir = ir + jc[j];
+    const T* from_pr = pr + jc[j];
+    if (len > 1 && len <= short_column && sorter.narrow_keys()) {
+      column_sorter<T>::sorted_copy(from_ir, from_pr, len, sorted_rows, sorted_values);
+      from_ir = sorted_rows;
+      from_pr = sorted_values;
+    } else {
+      sorter.sort(ir + jc[j], pr + jc[j], len);
+    }
+    long k = 0;
+    while (k < len) {
+      const long r = from_ir[k];
+      while (k < len && from_ir[k] == r && sparse_element<T>::is_zero(from_pr[k])) ++k;
+      if (k == len || from_ir[k] != r) continue;
+      T sum = from_pr[k++];
+      for (; k < len && from_ir[k] == r; ++k) sparse_element<T>::add_to(sum, from_pr[k]);
+      // kept never passes the place being read, so writing here is safe.
       ir[kept] = r;
       pr[kept] = sum;
       ++kept;
