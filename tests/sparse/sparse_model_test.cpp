@@ -164,6 +164,31 @@ TYPED_TEST(SparseModel, TripletsFollowTheCoordinateRule) {
   }
 }
 
+// Rows from 2^26 on do not fit the 32-bit sort keys of short columns and take
+// the 64-bit path.  Shifting every row keeps the result but for the shift, so
+// a list shifted to just below that bound, and one whose rows straddle it,
+// must give the matrix of the unshifted list.
+TYPED_TEST(SparseModel, TripletsWithLargeRowsSortTheSame) {
+  using T = TypeParam;
+  std::mt19937 g(3);
+  for (long shift : {(1L << 26) - 16, (1L << 26) - 8}) {
+    for (int c = 0; c < 100; ++c) {
+      auto rc = make_case<T>(g);
+      sparse_matrix<T> s(rc.list, rc.m, rc.n);
+      auto list = rc.list;
+      for (auto& t : list) t.row += shift;
+      sparse_matrix<T> big(list, rc.m + shift, rc.n);
+      ASSERT_EQ(big.rows(), s.rows() + shift);
+      ASSERT_EQ(big.cols(), s.cols());
+      for (long j = 0; j <= s.cols(); ++j) ASSERT_EQ(big.jc()[j], s.jc()[j]);
+      for (long k = 0; k < s.nnz(); ++k) {
+        ASSERT_EQ(big.ir()[k], s.ir()[k] + shift);
+        ASSERT_EQ(big[k], s[k]);
+      }
+    }
+  }
+}
+
 // set_value sequences, with zeros and indices outside the matrix, on packed
 // matrices and on matrices with random room behind their columns.
 TYPED_TEST(SparseModel, SetValueSequences) {
