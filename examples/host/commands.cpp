@@ -1,0 +1,132 @@
+// commands.cpp: the commands of zorvat-host (format, plugin, help, who,
+// path, clear, exit), written as words: "plugin load quaternion".
+#include <cstdlib>
+
+#include "display/display_format.h"
+#include "host/console.h"
+#include "memory/messages.h"
+#include "memory/str_util.h"
+#include "plugin/plugin_manager.h"
+#include "session.h"
+
+namespace zorvat_host {
+
+using zorvat::str_format;
+using zorvat::tr;
+
+namespace {
+
+struct format_word {
+  const char* word;
+  int format;   // -1: leaves the numeric format
+  int spacing;  // -1: leaves the spacing
+};
+const format_word format_words[] = {
+    {"short", 0, -1}, {"long", 1, -1}, {"shorte", 2, -1}, {"longe", 3, -1},  {"hex", 8, -1},
+    {"+", 9, -1},     {"compact", -1, 0}, {"loose", -1, zorvat::internal::loose_spacing_word},
+};
+
+void out(const std::string& text) { zorvat::write_to_cout_flush(text); }
+
+std::string host_help() {
+  return tr(
+      "zorvat-host：libzorvat_core 的参考宿主程序。\n"
+      "  name = expr      赋值；expr 单独成句时以 ans 显示；句末的 ; 不显示结果；% 之后是注释\n"
+      "  数值 1 2.5 1e3 2i Inf NaN，true/false，矩阵 [1 2; 3 4]，'字符数组'，\"字符串\"，单元 {1, 'a'}\n"
+      "  int8(...) … uint64(...)、single、double、logical、char、zeros、ones、reshape、\n"
+      "  complex(re, im)、sparse(i, j, v, m, n)、struct('name', value, ...)、@name，以及插件函数 f(a, b)\n"
+      "  运算符 + - .* ./ .\\ * / \\ .^ ^ < > <= >= ~= == & | 与一元 - + ~、' .' 都交给插件处理：\n"
+      "  核心库本身没有算术，所以 1 + 2 会显示分派器的错误。\n"
+      "命令：format short|long|shorte|longe|hex|+|compact|loose，plugin load NAME [参数...]，\n"
+      "  plugin unload NAME，plugin list，help NAME，who，path，clear [NAME...]，exit\n");
+}
+
+}  // namespace
+
+bool session::run_command(const std::vector<std::string>& w) {
+  const std::string& cmd = w[0];
+  if (cmd == "exit") {
+    exit_ = true;
+    return true;
+  }
+  if (cmd == "format") {
+    if (w.size() == 1) {
+      zorvat::global::fmt_fl = {0, zorvat::internal::loose_spacing_word};
+      return true;
+    }
+    for (size_t k = 1; k < w.size(); ++k) {
+      const format_word* f = nullptr;
+      for (const auto& fw : format_words)
+        if (w[k] == fw.word) f = &fw;
+      if (!f) throw host_error(str_format(tr("未知的显示格式 %s"), w[k].c_str()), 0);
+      if (f->format >= 0) zorvat::global::fmt_fl.format = f->format;
+      if (f->spacing >= 0) zorvat::global::fmt_fl.spacing = f->spacing;
+    }
+    return true;
+  }
+  if (cmd == "who") {
+    if (vars_.empty()) return true;
+    std::string text = tr("工作区中的变量：") + std::string("\n\n ");
+    for (const auto& v : vars_) text += " " + v.first;
+    out(text + "\n\n");
+    return true;
+  }
+  if (cmd == "path") {
+    std::string text;
+    for (const auto& p : path_) text += p + "\n";
+    out(text);
+    return true;
+  }
+  if (cmd == "clear") {
+    if (w.size() == 1) vars_.clear();
+    for (size_t k = 1; k < w.size(); ++k) vars_.erase(w[k]);
+    return true;
+  }
+  if (cmd == "help") {
+    if (w.size() == 1) {
+      out(host_help());
+      return true;
+    }
+    const char* h = zorvat::global::plugin_mgr().get_function_help_by_name(w[1]);
+    if (!h) throw host_error(str_format(tr("%s 没有帮助文本"), w[1].c_str()), 0);
+    out(std::string(h) + "\n");
+    return true;
+  }
+  // plugin load|unload|list
+  auto& mgr = zorvat::global::plugin_mgr();
+  const std::string sub = w.size() > 1 ? w[1] : "";
+  if (sub == "list" && w.size() == 2) {
+    std::string text;
+    for (const auto& name : plugins_) {
+      if (!mgr.is_loaded(name)) continue;
+      text += name + ":";
+      for (const auto& f : mgr.get_export_function_list(name)) text += " " + f;
+      text += "\n";
+    }
+    out(text);
+    return true;
+  }
+  if (sub == "load" && w.size() >= 3) {
+    std::string root = opts_.plugin_root;
+    if (root.empty() && std::getenv("ZORVAT_PLUGIN_PATH")) root = std::getenv("ZORVAT_PLUGIN_PATH");
+    if (root.empty()) throw host_error(tr("没有插件根目录：请用 --plugin-root 或环境变量 ZORVAT_PLUGIN_PATH 指定"), 0);
+    // The plugin's init sees the arguments from the second one on, so the
+    // plugin's name goes first and the words after it reach the plugin.
+    std::vector<zo_obj> values;
+    for (size_t k = 2; k < w.size(); ++k) values.emplace_back(w[k].c_str(), zorvat::type_char);
+    std::vector<const __zxArray*> args;
+    for (const auto& v : values) args.push_back(reinterpret_cast<const __zxArray*>(&v));
+    if (mgr.add(w[2], args, root) != 0) throw host_error(mgr.error_msg(), 0);
+    plugins_.insert(w[2]);
+    return true;
+  }
+  if (sub == "unload" && w.size() == 3) {
+    const int status = mgr.remove(w[2]);
+    if (status == 0 || status == 6) plugins_.erase(w[2]);
+    if (status != 0) throw host_error(mgr.error_msg(), 0);
+    return true;
+  }
+  throw host_error(tr("用法：plugin load NAME [参数...] | plugin unload NAME | plugin list"), 0);
+}
+
+}  // namespace zorvat_host

@@ -1,0 +1,96 @@
+// main.cpp: zorvat-host, the reference host of libzorvat_core.
+//
+//   zorvat-host [options] [FILE]        run FILE, or standard input
+//   zorvat-host -e 'x = int8([1 2])'    run the text
+// Options: --plugin-root DIR, --data-dir DIR, --cache-dir DIR, --keep-going.
+// On a terminal the session is interactive (prompt ">> ", errors never end
+// it); a script stops at its first error with status 1 unless --keep-going.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+#include "host/console.h"
+#include "memory/messages.h"
+#include "memory/str_util.h"
+#include "session.h"
+
+using zorvat::str_format;
+using zorvat::tr;
+
+namespace {
+
+// Runs the lines of `in`; returns the exit status.
+int run_stream(zorvat_host::session& s, std::istream& in, const std::string& where, bool interactive) {
+  int status = 0, line_no = 0;
+  std::string line;
+  while (!s.exit_requested()) {
+    if (interactive) zorvat::write_to_cout_flush(">> ");
+    if (!std::getline(in, line)) {
+      if (interactive) zorvat::write_to_cout_flush("\n");
+      break;
+    }
+    ++line_no;
+    if (!s.run_line(line, where, line_no)) {
+      status = 1;
+      if (!interactive && !s.opts().keep_going) break;
+    }
+  }
+  return status;
+}
+
+int usage(const std::string& msg) {
+  std::cerr << "zorvat-host: " << msg << "\n"
+            << tr("用法：zorvat-host [--plugin-root DIR] [--data-dir DIR] [--cache-dir DIR] [--keep-going] "
+                  "[-e TEXT]... [FILE]")
+            << "\n";
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  zorvat_host::options opts;
+  std::string file, texts;
+  bool have_text = false;
+  for (int k = 1; k < argc; ++k) {
+    const std::string a = argv[k];
+    const bool has_value = k + 1 < argc;
+    if (a == "--keep-going") opts.keep_going = true;
+    else if (a == "-e" && has_value) texts += std::string(argv[++k]) + "\n", have_text = true;
+    else if (a == "--plugin-root" && has_value) opts.plugin_root = argv[++k];
+    else if (a == "--data-dir" && has_value) opts.data_dir = argv[++k];
+    else if (a == "--cache-dir" && has_value) opts.cache_dir = argv[++k];
+    else if (a.size() > 1 && a[0] == '-') return usage(str_format(tr("无效的选项 %s"), a.c_str()));
+    else if (file.empty()) file = a;
+    else return usage(tr("只能给出一个脚本文件"));
+  }
+  // Unloading takes the plugin root from the environment: keep both in step.
+  if (!opts.plugin_root.empty() && !std::getenv("ZORVAT_PLUGIN_PATH"))
+    setenv("ZORVAT_PLUGIN_PATH", opts.plugin_root.c_str(), 1);
+
+  zorvat_host::session s(opts);
+  zorvat_host::current_session() = &s;
+  zorvat_host::install_host_bridge();
+
+  int status = 0;
+  if (have_text) {
+    std::istringstream in(texts);
+    status = run_stream(s, in, "-e", false);
+  }
+  if (!file.empty() && !s.exit_requested() && (status == 0 || opts.keep_going)) {
+    std::ifstream in(file, std::ios::binary);
+    if (!in) {
+      std::cerr << "zorvat-host: " << str_format(tr("无法打开文件 %s"), file.c_str()) << "\n";
+      return 2;
+    }
+    status = std::max(status, run_stream(s, in, file, false));
+  } else if (!have_text && file.empty()) {
+    status = run_stream(s, std::cin, "stdin", isatty(STDIN_FILENO));
+  }
+  return status;
+}

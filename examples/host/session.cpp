@@ -1,0 +1,401 @@
+// session.cpp: the recursive-descent evaluator of zorvat-host's command
+// language and its commands.
+//
+// Precedence, lowest first: |  &  comparisons  + -  * / \ .* ./ .\  unary - + ~
+// ^ .^  postfix ' .'.  Every operator is handed to the plugin manager's
+// dispatcher: the core has no arithmetic of its own.
+#include "session.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <sstream>
+
+#include "display/display.h"
+#include "host/console.h"
+#include "lexer.h"
+#include "memory/messages.h"
+#include "memory/str_util.h"
+#include "plugin/plugin_manager.h"
+#include "value/cell_array.h"
+
+namespace zorvat_host {
+
+using zorvat::str_format;
+using zorvat::tr;
+
+namespace {
+
+zorvat::internal::plugin_manager& mgr() { return zorvat::global::plugin_mgr(); }
+
+struct op_entry {
+  const char* text;
+  zxOperatorID id;
+};
+
+zxOperatorID find_op(const op_entry* table, size_t n, const token& t) {
+  if (t.kind != tok::op) return zxOperatorID(0);
+  for (size_t k = 0; k < n; ++k)
+    if (t.text == table[k].text) return table[k].id;
+  return zxOperatorID(0);
+}
+
+const op_entry or_ops[] = {{"|", zxOpOr}};
+const op_entry and_ops[] = {{"&", zxOpAnd}};
+const op_entry cmp_ops[] = {{"<", zxOpLt}, {">", zxOpGt}, {"<=", zxOpLe},
+                            {">=", zxOpGe}, {"~=", zxOpNe}, {"==", zxOpEq}};
+const op_entry add_ops[] = {{"+", zxOpPlus}, {"-", zxOpMinus}};
+const op_entry mul_ops[] = {{"*", zxOpMul},      {"/", zxOpRDiv},      {"\\", zxOpLDiv},
+                            {".*", zxOpElemMul}, {"./", zxOpElemRDiv}, {".\\", zxOpElemLDiv}};
+const op_entry unary_ops[] = {{"-", zxOpUMinus}, {"+", zxOpUPlus}, {"~", zxOpNot}};
+const op_entry pow_ops[] = {{"^", zxOpPow}, {".^", zxOpElemPow}};
+const op_entry postfix_ops[] = {{"'", zxOpCTranspose}, {".'", zxOpTranspose}};
+#define OPS(t) t, sizeof(t) / sizeof(t[0])
+
+value_ptr apply(zxOperatorID op, const value_list& operands, int col) {
+  value_list args = operands;
+  int status = 0;
+  try {
+    return mgr().apply_operator(op, args, status);
+  } catch (const std::runtime_error& e) {
+    throw host_error(e.what(), col);
+  }
+}
+
+const char* const command_words[] = {"format", "plugin", "help", "who", "path", "clear", "exit"};
+
+}  // namespace
+
+// The parser evaluates as it reads: each parse_* returns the value.
+class parser {
+ public:
+  parser(session& s, std::vector<token> t) : s_(s), t_(std::move(t)) {}
+
+  // statement { (',' | ';') statement }; calls sink(name, value, shown).
+  template <class Sink>
+  void statements(Sink&& sink) {
+    while (peek().kind != tok::end) {
+      if (is_op(",") || is_op(";")) {
+        next();
+        continue;
+      }
+      std::string name = "ans";
+      bool store = true;
+      if (peek().kind == tok::ident && peek(1).kind == tok::op && peek(1).text == "=") {
+        name = next().text;
+        next();
+      } else if (peek().kind == tok::ident && s_.vars_.count(peek().text) &&
+                 (peek(1).kind == tok::end || peek(1).text == "," || peek(1).text == ";")) {
+        name = peek().text;  // a bare variable is shown under its own name
+        store = false;
+      }
+      value_ptr v = std::make_shared<zo_obj>(*expr());
+      bool shown = true;
+      if (is_op(";")) shown = false;
+      else if (!is_op(",") && peek().kind != tok::end)
+        throw host_error(str_format(tr("意外的 %s"), describe(peek()).c_str()), peek().col);
+      if (store) s_.vars_[name] = v;
+      sink(name, v, shown);
+      if (peek().kind != tok::end) next();
+    }
+  }
+
+ private:
+  const token& peek(size_t k = 0) const { return t_[std::min(pos_ + k, t_.size() - 1)]; }
+  const token& next() { return t_[std::min(pos_++, t_.size() - 1)]; }
+  bool is_op(const char* s) const { return peek().kind == tok::op && peek().text == s; }
+  bool in_list() const { return !lists_.empty() && lists_.back(); }
+
+  static std::string describe(const token& t) {
+    if (t.kind == tok::end) return tr("行尾");
+    if (t.kind == tok::chars || t.kind == tok::text) return tr("字符串");
+    return "'" + t.text + "'";
+  }
+  void expect(const char* s) {
+    if (!is_op(s))
+      throw host_error(str_format(tr("缺少 '%s'，却遇到 %s"), s, describe(peek()).c_str()), peek().col);
+    next();
+  }
+
+  // One level of left-associative binary operators.
+  template <class Sub>
+  value_ptr binary(const op_entry* ops, size_t n, Sub sub) {
+    value_ptr a = (this->*sub)();
+    while (zxOperatorID op = find_op(ops, n, peek())) {
+      // In a matrix, "[a -b]" is two elements: a sign after a blank that is
+      // glued to its operand starts the next element.
+      if (in_list() && peek().space_before && !peek(1).space_before && (op == zxOpPlus || op == zxOpMinus)) break;
+      const int col = next().col;
+      value_ptr b = (this->*sub)();
+      a = apply(op, {a, b}, col);
+    }
+    return a;
+  }
+
+  value_ptr expr() { return binary(OPS(or_ops), &parser::and_expr); }
+  value_ptr and_expr() { return binary(OPS(and_ops), &parser::cmp_expr); }
+  value_ptr cmp_expr() { return binary(OPS(cmp_ops), &parser::add_expr); }
+  value_ptr add_expr() { return binary(OPS(add_ops), &parser::mul_expr); }
+  value_ptr mul_expr() { return binary(OPS(mul_ops), &parser::unary_expr); }
+
+  // A sign glued to a number or Inf is part of the literal ("-1", "+Inf"),
+  // unless a power follows ("-2^2" is the negated power).
+  value_ptr signed_literal() {
+    const token& sign = peek();
+    const token& lit = peek(1);
+    if (sign.kind != tok::op || (sign.text != "-" && sign.text != "+")) return nullptr;
+    const bool inf = lit.kind == tok::ident && lit.text == "Inf";
+    if ((lit.kind != tok::number && !inf) || lit.space_before) return nullptr;
+    if (find_op(OPS(pow_ops), peek(2)) || find_op(OPS(postfix_ops), peek(2))) return nullptr;
+    if (inf && s_.vars_.count("Inf")) return nullptr;
+    next();
+    next();
+    const double x = (inf ? HUGE_VAL : lit.number) * (sign.text == "-" ? -1 : 1);
+    if (lit.imaginary) return std::make_shared<zo_obj>(std::complex<double>(0, x));
+    return std::make_shared<zo_obj>(x);
+  }
+
+  value_ptr unary_expr() {
+    if (value_ptr v = signed_literal()) return v;
+    if (zxOperatorID op = find_op(OPS(unary_ops), peek())) {
+      const int col = next().col;
+      return apply(op, {unary_expr()}, col);
+    }
+    return power_expr();
+  }
+  // "2^-1" is allowed: a power's exponent may carry signs.
+  value_ptr power_operand() {
+    if (value_ptr v = signed_literal()) return v;
+    if (zxOperatorID op = find_op(OPS(unary_ops), peek())) {
+      const int col = next().col;
+      return apply(op, {power_operand()}, col);
+    }
+    return postfix_expr();
+  }
+  value_ptr power_expr() {
+    value_ptr a = postfix_expr();
+    while (zxOperatorID op = find_op(OPS(pow_ops), peek())) {
+      const int col = next().col;
+      a = apply(op, {a, power_operand()}, col);
+    }
+    return a;
+  }
+  value_ptr postfix_expr() {
+    value_ptr a = primary();
+    while (zxOperatorID op = find_op(OPS(postfix_ops), peek())) a = apply(op, {a}, next().col);
+    return a;
+  }
+
+  value_list arguments() {
+    value_list args;
+    next();  // '('
+    lists_.push_back(false);
+    if (!is_op(")")) {
+      while (true) {
+        args.push_back(expr());
+        if (!is_op(",")) break;
+        next();
+      }
+    }
+    expect(")");
+    lists_.pop_back();
+    return args;
+  }
+
+  value_ptr primary() {
+    const token t = peek();
+    switch (t.kind) {
+      case tok::number:
+        next();
+        if (t.imaginary) return std::make_shared<zo_obj>(std::complex<double>(0, t.number));
+        return std::make_shared<zo_obj>(t.number);
+      case tok::chars:
+        next();
+        return std::make_shared<zo_obj>(t.text.c_str(), zorvat::type_char);
+      case tok::text:
+        next();
+        return std::make_shared<zo_obj>(t.text);
+      case tok::ident:
+        return name_or_call();
+      case tok::end:
+        throw host_error(tr("表达式不完整"), t.col);
+      case tok::op:
+        break;
+    }
+    if (t.text == "(") {
+      next();
+      lists_.push_back(false);
+      value_ptr v = expr();
+      expect(")");
+      lists_.pop_back();
+      return v;
+    }
+    if (t.text == "[" || t.text == "{") return list_literal(t.text == "{");
+    if (t.text == "@") {
+      next();
+      if (peek().kind != tok::ident) throw host_error(tr("@ 后面必须是函数名"), peek().col);
+      return std::make_shared<zo_obj>(zorvat::function_handle(zorvat::fh_named, next().text));
+    }
+    throw host_error(str_format(tr("意外的 %s"), describe(t).c_str()), t.col);
+  }
+
+  value_ptr name_or_call() {
+    const token t = next();
+    const bool call = is_op("(") && !(in_list() && peek().space_before);
+    auto var = s_.vars_.find(t.text);
+    if (var != s_.vars_.end()) {
+      if (call) throw host_error(str_format(tr("不支持对变量 %s 取下标"), t.text.c_str()), peek().col);
+      return var->second;
+    }
+    if (!call) {
+      if (t.text == "true" || t.text == "false") return std::make_shared<zo_obj>(t.text == "true");
+      if (t.text == "Inf") return std::make_shared<zo_obj>(HUGE_VAL);
+      if (t.text == "NaN") return std::make_shared<zo_obj>(std::nan(""));
+    }
+    value_list args;
+    if (call) args = arguments();
+    if (is_builtin(t.text)) return call_builtin(t.text, args, t.col);
+    std::vector<value_ptr> results;
+    s_.call_function(t.text, args, 1, results, t.col);
+    if (results.empty()) throw host_error(str_format(tr("函数 %s 没有返回值"), t.text.c_str()), t.col);
+    return results[0];
+  }
+
+  // "[...]" or "{...}": rows separated by ';', elements by ',' or blanks.
+  value_ptr list_literal(bool cell) {
+    const int open_col = next().col;
+    const char* close = cell ? "}" : "]";
+    std::vector<std::vector<value_ptr>> rows(1);
+    std::vector<int> row_cols{open_col};
+    lists_.push_back(true);
+    while (!is_op(close)) {
+      const token& t = peek();
+      if (t.kind == tok::end)
+        throw host_error(str_format(tr("缺少与 '%c' 配对的 '%s'"), cell ? '{' : '[', close), open_col);
+      if (is_op(";")) {
+        next();
+        rows.emplace_back();
+        row_cols.push_back(peek().col);
+      } else if (is_op(",")) {
+        next();
+      } else {
+        rows.back().push_back(expr());
+        if (!is_op(",") && !is_op(";") && !is_op(close) && !peek().space_before && peek().kind != tok::end)
+          throw host_error(str_format(tr("意外的 %s"), describe(peek()).c_str()), peek().col);
+      }
+    }
+    next();
+    lists_.pop_back();
+    // Blank rows ("[1 2;]") are dropped.
+    for (size_t r = rows.size(); r-- > 0;) {
+      if (rows[r].empty()) {
+        rows.erase(rows.begin() + r);
+        row_cols.erase(row_cols.begin() + r);
+      }
+    }
+    return cell ? make_cell(rows, row_cols) : make_matrix(rows, row_cols);
+  }
+
+  static value_ptr make_cell(const std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols) {
+    const long m = rows.size(), n = m ? rows[0].size() : 0;
+    auto* c = new zorvat::cell_array(m, n);
+    auto v = std::make_shared<zo_obj>(zorvat::type_cell, c);
+    for (long i = 0; i < m; ++i) {
+      if (static_cast<long>(rows[i].size()) != n)
+        throw host_error(tr("单元数组各行的元素个数不一致"), row_cols[i]);
+      for (long j = 0; j < n; ++j) (*c)(i, j) = std::make_shared<zo_obj>(*rows[i][j]);
+    }
+    return v;
+  }
+
+  static value_ptr make_matrix(const std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols) {
+    bool all_dense = true;
+    size_t count = 0;
+    for (const auto& row : rows)
+      for (const auto& e : row) {
+        all_dense = all_dense && is_dense_kind(*e);
+        ++count;
+      }
+    if (all_dense) return std::make_shared<zo_obj>(concat_rows(rows, row_cols));
+    if (count == 1) return rows[0][0];
+    // Values of plugin types are joined by the plugin's "[,]" and "[;]".
+    value_list joined;
+    for (size_t r = 0; r < rows.size(); ++r)
+      joined.push_back(rows[r].size() == 1 ? rows[r][0]
+                                           : apply(zxOpHorzCat, value_list(rows[r].begin(), rows[r].end()), row_cols[r]));
+    return joined.size() == 1 ? std::const_pointer_cast<zo_obj>(joined[0]) : apply(zxOpVertCat, joined, row_cols[0]);
+  }
+
+  session& s_;
+  std::vector<token> t_;
+  size_t pos_ = 0;
+  std::vector<bool> lists_;  // innermost bracket: true inside [ ] and { }
+};
+
+session::session(options opts) : opts_(std::move(opts)) {}
+
+session*& current_session() {
+  static session* s = nullptr;
+  return s;
+}
+
+void session::show(const std::string& name, const zo_obj& v) const {
+  zorvat::write_to_cout_flush(name + " =\n");
+  zorvat::internal::obj2console_safe<1>(v, zorvat::window_width(), 65536);
+}
+
+void session::call_function(const std::string& name, const value_list& args, int nargout,
+                            std::vector<value_ptr>& results, int col) {
+  try {
+    try {
+      mgr().apply_overload_function(name, nargout, args, results);
+      return;
+    } catch (const zorvat::overload_check_failure&) {
+    }
+    auto fn = mgr().get_function_by_name(name);
+    if (!fn) throw host_error(str_format(tr("未定义的函数或变量 %s"), name.c_str()), col);
+    zorvat::internal::plugin_manager::apply_function(fn, nargout, args, results);
+  } catch (const host_error&) {
+    throw;
+  } catch (const std::exception& e) {
+    throw host_error(str_format(tr("%s：%s"), name.c_str(), e.what()), col);
+  }
+}
+
+void session::eval_code(const std::string& code, std::vector<value_ptr>& results) {
+  parser p(*this, tokenize(code));
+  p.statements([&](const std::string&, const value_ptr& v, bool) { results.push_back(v); });
+}
+
+// One line on standard error; the dispatcher's texts already start with
+// "错误", the host's own get that word in front.
+static void report(const std::string& loc, const std::string& msg) {
+  const std::string word = tr("错误");
+  const bool marked = msg.compare(0, word.size(), word) == 0;
+  zorvat::write_to_cerr_flush(loc + (marked ? "" : tr("错误：")) + msg + "\n");
+}
+
+bool session::run_line(const std::string& line, const std::string& where, int line_no) {
+  try {
+    std::istringstream words_in(line.substr(0, line.find('%')));
+    std::vector<std::string> words;
+    for (std::string w; words_in >> w;) words.push_back(w);
+    bool command = false;
+    for (const char* c : command_words)
+      command = command || (!words.empty() && words[0] == c && (words.size() == 1 || words[1][0] != '='));
+    if (command) return run_command(words);
+    parser p(*this, tokenize(line));
+    p.statements([&](const std::string& name, const value_ptr& v, bool shown) {
+      if (shown) show(name, *v);
+    });
+    return true;
+  } catch (const host_error& e) {
+    std::string loc = e.col() > 0 ? str_format("%s:%d:%d: ", where.c_str(), line_no, e.col())
+                                  : str_format("%s:%d: ", where.c_str(), line_no);
+    report(loc, e.what());
+  } catch (const std::exception& e) {
+    report(str_format("%s:%d: ", where.c_str(), line_no), e.what());
+  }
+  return false;
+}
+
+}  // namespace zorvat_host

@@ -1,0 +1,300 @@
+// values.cpp: element conversion, matrix literals and the built-in
+// constructors of zorvat-host.
+#include "values.h"
+
+#include <cmath>
+#include <limits>
+
+#include "matrix/matrix.h"
+#include "memory/messages.h"
+#include "memory/str_util.h"
+#include "sparse/sparse_matrix.h"
+#include "value/cell_array.h"
+#include "value/structure.h"
+
+namespace zorvat_host {
+
+using zorvat::str_format;
+using zorvat::tr;
+using cplx = std::complex<double>;
+
+long num_array::count() const {
+  long n = 1;
+  for (long d : dims) n *= d;
+  return n;
+}
+
+namespace {
+
+// Calls f(T{}) with the element type of dense kind t (1..14).
+template <class F>
+auto with_element_type(zorvat::zo_type t, F&& f) {
+  switch (t) {
+    case zorvat::type_int8: return f((signed char)0);
+    case zorvat::type_int16: return f((short)0);
+    case zorvat::type_int32: return f((int)0);
+    case zorvat::type_int64: return f((long)0);
+    case zorvat::type_uint8: return f((unsigned char)0);
+    case zorvat::type_uint16: return f((unsigned short)0);
+    case zorvat::type_uint32: return f((unsigned int)0);
+    case zorvat::type_uint64: return f((unsigned long)0);
+    case zorvat::type_single: return f(0.0f);
+    case zorvat::type_complex_double: return f(cplx());
+    case zorvat::type_complex_single: return f(std::complex<float>());
+    case zorvat::type_char: return f((char)0);
+    case zorvat::type_logical: return f(false);
+    default: return f(0.0);
+  }
+}
+
+template <class T>
+cplx to_cplx(const T& x) {
+  if constexpr (std::is_same_v<T, cplx> || std::is_same_v<T, std::complex<float>>)
+    return cplx(x.real(), x.imag());
+  else if constexpr (std::is_same_v<T, char>)
+    return cplx(static_cast<unsigned char>(x), 0);
+  else
+    return cplx(static_cast<double>(x), 0);
+}
+
+template <class T>
+T from_cplx(cplx z, int col) {
+  const double x = z.real();
+  if constexpr (std::is_same_v<T, cplx>) {
+    return z;
+  } else if constexpr (std::is_same_v<T, std::complex<float>>) {
+    return std::complex<float>(static_cast<float>(z.real()), static_cast<float>(z.imag()));
+  } else if constexpr (std::is_floating_point_v<T>) {
+    return static_cast<T>(x);
+  } else if constexpr (std::is_same_v<T, bool>) {
+    if (std::isnan(x)) throw host_error(tr("NaN 不能转换为逻辑值"), col);
+    return x != 0 || z.imag() != 0;
+  } else {
+    // Integers (and char codes): round half away from zero, saturate, NaN is 0.
+    using L = std::numeric_limits<std::conditional_t<std::is_same_v<T, char>, unsigned char, T>>;
+    if (std::isnan(x)) return T(0);
+    const double r = std::round(x);
+    if (r <= static_cast<double>(L::min())) return static_cast<T>(L::min());
+    if (r >= static_cast<double>(L::max())) return static_cast<T>(L::max());
+    return static_cast<T>(static_cast<long double>(r));
+  }
+}
+
+double scalar_arg(const zo_obj& v, const char* what, int col) {
+  num_array a = read_array(v, col);
+  if (a.count() != 1) throw host_error(str_format(tr("%s 必须是标量"), what), col);
+  return a.v[0].real();
+}
+
+long index_arg(double x, const char* what, int col) {
+  if (!(x >= 0) || x != std::floor(x) || x > 1e15)
+    throw host_error(str_format(tr("%s 必须是非负整数"), what), col);
+  return static_cast<long>(x);
+}
+
+// Dims from the arguments of zeros/ones/reshape: scalars, or one row vector.
+std::vector<long> dims_args(const value_list& args, size_t first, int col) {
+  std::vector<long> dims;
+  if (args.size() == first + 1) {
+    num_array a = read_array(*args[first], col);
+    for (const cplx& z : a.v) dims.push_back(index_arg(z.real(), tr("维数"), col));
+    if (dims.size() == 1) dims.push_back(dims[0]);
+  } else {
+    for (size_t k = first; k < args.size(); ++k)
+      dims.push_back(index_arg(scalar_arg(*args[k], tr("维数"), col), tr("维数"), col));
+  }
+  if (dims.empty()) dims = {1, 1};
+  if (dims.size() == 1) dims.push_back(1);
+  return dims;
+}
+
+std::string text_arg(const zo_obj& v, const char* what, int col) {
+  if (v.type == zorvat::type_string || v.is_char_vector()) return v.as_string();
+  throw host_error(str_format(tr("%s 必须是字符串"), what), col);
+}
+
+template <class T>
+value_ptr make_sparse(const num_array& i, const num_array& j, const num_array& v, long m, long n,
+                      zorvat::zo_type kind, int col) {
+  std::vector<zorvat::triplet<T>> t;
+  const long count = i.count();
+  for (long k = 0; k < count; ++k) {
+    const long r = index_arg(i.v[k].real() - 1, tr("行下标"), col);
+    const long c = index_arg(j.v[k].real() - 1, tr("列下标"), col);
+    if ((m >= 0 && r >= m) || (n >= 0 && c >= n)) throw host_error(tr("稀疏矩阵的下标超出给定的大小"), col);
+    t.push_back({from_cplx<T>(v.v[v.count() == 1 ? 0 : k], col), c, r});
+  }
+  return std::make_shared<zo_obj>(kind, new zorvat::sparse_matrix<T>(t, m < 0 ? 0 : m, n < 0 ? 0 : n));
+}
+
+value_ptr sparse_builtin(const value_list& args, int col) {
+  if (args.size() != 3 && args.size() != 5)
+    throw host_error(tr("sparse 需要 3 个或 5 个输入参数：sparse(i, j, v[, m, n])"), col);
+  num_array i = read_array(*args[0], col), j = read_array(*args[1], col), v = read_array(*args[2], col);
+  if (i.count() != j.count() || (v.count() != 1 && v.count() != i.count()))
+    throw host_error(tr("sparse 的下标向量和值向量长度必须相同"), col);
+  long m = -1, n = -1;
+  if (args.size() == 5) {
+    m = index_arg(scalar_arg(*args[3], "m", col), "m", col);
+    n = index_arg(scalar_arg(*args[4], "n", col), "n", col);
+  }
+  if (v.type == zorvat::type_logical)
+    return make_sparse<bool>(i, j, v, m, n, zorvat::type_sparse_logical, col);
+  if (v.type == zorvat::type_complex_double || v.type == zorvat::type_complex_single)
+    return make_sparse<cplx>(i, j, v, m, n, zorvat::type_sparse_complex_double, col);
+  return make_sparse<double>(i, j, v, m, n, zorvat::type_sparse_double, col);
+}
+
+struct cast_entry {
+  const char* name;
+  zorvat::zo_type type;
+};
+const cast_entry casts[] = {
+    {"int8", zorvat::type_int8},     {"int16", zorvat::type_int16},   {"int32", zorvat::type_int32},
+    {"int64", zorvat::type_int64},   {"uint8", zorvat::type_uint8},   {"uint16", zorvat::type_uint16},
+    {"uint32", zorvat::type_uint32}, {"uint64", zorvat::type_uint64}, {"single", zorvat::type_single},
+    {"double", zorvat::type_double}, {"logical", zorvat::type_logical}, {"char", zorvat::type_char},
+};
+
+}  // namespace
+
+bool is_dense_kind(const zo_obj& v) { return v.type >= zorvat::type_int8 && v.type <= zorvat::type_logical; }
+
+num_array read_array(const zo_obj& v, int col) {
+  if (!is_dense_kind(v))
+    throw host_error(str_format(tr("不能把 %s 类型的值用作数值数组"), v.brief_type_str().c_str()), col);
+  num_array a;
+  a.type = v.type;
+  with_element_type(v.type, [&](auto t) {
+    using T = decltype(t);
+    const auto& m = v.get<zorvat::matrix<T>>();
+    a.dims = m.dim_vec();
+    a.v.reserve(m.size());
+    if (m.size() > 0)
+      for (auto it = m.begin(); it != m.end(); ++it) a.v.push_back(to_cplx(*it));
+    return 0;
+  });
+  return a;
+}
+
+zo_obj make_array(zorvat::zo_type t, const num_array& a, int col) {
+  return with_element_type(t, [&](auto z) {
+    using T = decltype(z);
+    auto* m = new zorvat::matrix<T>(a.dims);
+    T* p = m->data();
+    try {
+      for (size_t k = 0; k < a.v.size(); ++k) p[k] = from_cplx<T>(a.v[k], col);
+    } catch (...) {
+      delete m;
+      throw;
+    }
+    return zo_obj(t, m);
+  });
+}
+
+zo_obj concat_rows(const std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols) {
+  // The result kind: char if all are char, logical if all are logical, else
+  // the first integer kind, else complex, single or double.
+  bool all_char = true, all_logical = true, any_complex = false, any_single = false;
+  zorvat::zo_type int_kind = zorvat::type_error;
+  std::vector<std::vector<num_array>> parts;
+  long total_rows = 0, total_cols = -1;
+  for (size_t r = 0; r < rows.size(); ++r) {
+    std::vector<num_array> row;
+    long height = -1, width = 0;
+    for (size_t e = 0; e < rows[r].size(); ++e) {
+      num_array a = read_array(*rows[r][e], row_cols[r]);
+      if (a.dims.size() > 2) throw host_error(tr("矩阵字面量中不能连接多维数组"), row_cols[r]);
+      if (a.count() == 0) continue;
+      if (height >= 0 && a.dims[0] != height)
+        throw host_error(tr("水平连接的各元素行数不一致"), row_cols[r]);
+      height = a.dims[0];
+      width += a.dims[1];
+      all_char = all_char && a.type == zorvat::type_char;
+      all_logical = all_logical && a.type == zorvat::type_logical;
+      any_complex = any_complex || a.type == zorvat::type_complex_double || a.type == zorvat::type_complex_single;
+      any_single = any_single || a.type == zorvat::type_single || a.type == zorvat::type_complex_single;
+      if (a.type <= zorvat::type_uint64 && int_kind == zorvat::type_error) int_kind = a.type;
+      row.push_back(std::move(a));
+    }
+    if (row.empty()) continue;
+    if (total_cols >= 0 && width != total_cols)
+      throw host_error(tr("垂直连接的各行列数不一致"), row_cols[r]);
+    total_cols = width;
+    total_rows += height;
+    parts.push_back(std::move(row));
+  }
+  num_array out;
+  out.dims = {total_rows, total_cols < 0 ? 0 : total_cols};
+  out.v.assign(out.count(), cplx());
+  long row0 = 0;
+  for (const auto& row : parts) {
+    long col0 = 0;
+    for (const auto& a : row) {
+      for (long j = 0; j < a.dims[1]; ++j)
+        for (long i = 0; i < a.dims[0]; ++i) out.v[(row0 + i) + (col0 + j) * total_rows] = a.v[i + j * a.dims[0]];
+      col0 += a.dims[1];
+    }
+    row0 += row[0].dims[0];
+  }
+  zorvat::zo_type kind = zorvat::type_double;
+  if (parts.empty()) kind = zorvat::type_double;
+  else if (all_char) kind = zorvat::type_char;
+  else if (all_logical) kind = zorvat::type_logical;
+  else if (int_kind != zorvat::type_error) kind = int_kind;
+  else if (any_complex) kind = any_single ? zorvat::type_complex_single : zorvat::type_complex_double;
+  else if (any_single) kind = zorvat::type_single;
+  return make_array(kind, out, row_cols.empty() ? 0 : row_cols[0]);
+}
+
+bool is_builtin(const std::string& name) {
+  for (const auto& c : casts)
+    if (name == c.name) return true;
+  return name == "complex" || name == "zeros" || name == "ones" || name == "reshape" || name == "sparse" || name == "struct";
+}
+
+value_ptr call_builtin(const std::string& name, const value_list& args, int col) {
+  for (const auto& c : casts) {
+    if (name != c.name) continue;
+    if (args.size() != 1) throw host_error(str_format(tr("%s 需要 1 个输入参数"), c.name), col);
+    return std::make_shared<zo_obj>(make_array(c.type, read_array(*args[0], col), col));
+  }
+  if (name == "zeros" || name == "ones") {
+    num_array a;
+    a.dims = dims_args(args, 0, col);
+    a.v.assign(a.count(), cplx(name == "ones" ? 1 : 0, 0));
+    return std::make_shared<zo_obj>(make_array(zorvat::type_double, a, col));
+  }
+  if (name == "reshape") {
+    if (args.size() < 2) throw host_error(tr("reshape 需要至少 2 个输入参数"), col);
+    num_array a = read_array(*args[0], col);
+    std::vector<long> dims = dims_args(args, 1, col);
+    if (args.size() == 2 && read_array(*args[1], col).count() == 1)
+      throw host_error(tr("reshape 的大小参数至少要有两个元素"), col);
+    const long n = a.count();
+    a.dims = dims;
+    if (a.count() != n)
+      throw host_error(str_format(tr("reshape 不能改变元素个数（%ld 个元素）"), n), col);
+    return std::make_shared<zo_obj>(make_array(a.type, a, col));
+  }
+  if (name == "complex") {
+    // complex(re, im): the literal form of "re + im*i", which needs no arithmetic.
+    if (args.size() != 2) throw host_error(tr("complex 需要 2 个输入参数"), col);
+    num_array re = read_array(*args[0], col), im = read_array(*args[1], col);
+    if (im.count() != re.count()) throw host_error(tr("complex 的实部和虚部大小必须相同"), col);
+    for (long k = 0; k < re.count(); ++k) re.v[k] = cplx(re.v[k].real(), im.v[k].real());
+    return std::make_shared<zo_obj>(make_array(zorvat::type_complex_double, re, col));
+  }
+  if (name == "sparse") return sparse_builtin(args, col);
+  if (name == "struct") {
+    if (args.size() % 2 != 0) throw host_error(tr("struct 的参数必须是成对的字段名和值"), col);
+    auto* s = new zorvat::structure();
+    auto v = std::make_shared<zo_obj>(zorvat::type_struct, s);
+    for (size_t k = 0; k < args.size(); k += 2)
+      s->set_field(text_arg(*args[k], tr("字段名"), col), std::make_shared<zo_obj>(*args[k + 1]), false);
+    return v;
+  }
+  return nullptr;
+}
+
+}  // namespace zorvat_host

@@ -1,0 +1,25 @@
+#!/bin/sh
+# Runs one golden transcript: run_golden.sh HOST SCRIPT EXPECTED_DIR [HOST OPTIONS...]
+# The script's standard output (followed by its exit status) and standard
+# error are compared byte for byte with EXPECTED_DIR/<name>.out and .err.
+# ZORVAT_GOLDEN_ROOT, when set, is the plugin root, replaced by <plugin_root>.
+# With ZORVAT_GOLDEN_UPDATE=1 the expected files are rewritten instead.
+host=$1 script=$2 dir=$3
+shift 3
+name=$(basename "$script" .zs)
+tmp=$(mktemp -d) || exit 2
+trap 'rm -rf "$tmp"' EXIT
+cd "$(dirname "$script")" || exit 2
+COLUMNS=80 LC_ALL=C "$host" "$@" "$(basename "$script")" >"$tmp/out" 2>"$tmp/err" </dev/null
+echo "[exit $?]" >>"$tmp/out"
+# Paths of the build tree vary: the plugin root is written as <plugin_root>.
+if [ -n "$ZORVAT_GOLDEN_ROOT" ]; then
+  for f in out err; do
+    sed "s|$ZORVAT_GOLDEN_ROOT|<plugin_root>|g" "$tmp/$f" >"$tmp/$f.s" && mv "$tmp/$f.s" "$tmp/$f"
+  done
+fi
+if [ "$ZORVAT_GOLDEN_UPDATE" = 1 ]; then
+  cp "$tmp/out" "$dir/$name.out" && cp "$tmp/err" "$dir/$name.err"
+  exit $?
+fi
+diff -u "$dir/$name.out" "$tmp/out" && diff -u "$dir/$name.err" "$tmp/err"

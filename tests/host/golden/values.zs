@@ -1,0 +1,32 @@
+% Every kind of value the language builds, shown in the default format.
+x = 1.5
+n = -42
+big = 123456.789
+e = [1e-3 2.5e4]
+z = complex(3, -4)
+im = 2.5i
+zz = complex([1 3], [2 -4])
+special = [Inf -Inf NaN 1]
+b = true
+lg = logical([1 0 2])
+m = [1 2; 3 4]
+col = [1; 2; 3]
+empty = []
+i8 = int8([-200 -1.5 1.5 200])
+u16 = uint16(70000)
+i64 = int64(-9)
+sg = single(0.1)
+c = 'hello'
+ch = char([72 105])
+d = double('AB')
+s = "a string"
+cl = {1, 'a'; [1 2], "s"}
+st = struct('name', 'Ada', 'age', 36, 'list', {1, 2})
+fh = @sin
+a3 = ones(2, 3, 2)
+r = reshape(int16([1 2 3 4 5 6]), 3, 2)
+sp = sparse([1 3 2], [1 1 3], [10 20 30], 3, 4)
+spl = sparse([1 2], [2 2], logical([1 1]))
+x; y = x; y
+ans = 7;
+who
