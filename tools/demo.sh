@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the library and runs the main job.
+# Installs what is missing, builds the library, the reference host and its
+# sample plugin, and runs the tour.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/setup.sh
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j"$(nproc)" --target zorvat-demo
-./build/examples/zorvat-demo "$@"
+cmake --build build -j"$(nproc)" --target zorvat-host
+./build/examples/zorvat-host --keep-going --plugin-root build/plugin_root "${@:-examples/tour.zs}"

@@ -4,7 +4,8 @@
 //   zorvat-host -e 'x = int8([1 2])'    run the text
 // Options: --plugin-root DIR, --data-dir DIR, --cache-dir DIR, --keep-going.
 // On a terminal the session is interactive (prompt ">> ", errors never end
-// it); a script stops at its first error with status 1 unless --keep-going.
+// it); a script stops at its first error with status 1; with --keep-going it
+// reports every error and goes on, ending with status 0.
 #include <unistd.h>
 
 #include <algorithm>
@@ -35,9 +36,10 @@ int run_stream(zorvat_host::session& s, std::istream& in, const std::string& whe
       break;
     }
     ++line_no;
-    if (!s.run_line(line, where, line_no)) {
+    // With --keep-going (and interactively) errors are reported and passed.
+    if (!s.run_line(line, where, line_no) && !interactive && !s.opts().keep_going) {
       status = 1;
-      if (!interactive && !s.opts().keep_going) break;
+      break;
     }
   }
   return status;

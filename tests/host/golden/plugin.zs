@@ -1,0 +1,30 @@
+% The quaternion plugin: loading, operators, overloads, help, unloading.
+q = quat(1, 2, 3, 4)
+plugin load quaternion
+plugin load quaternion
+plugin list
+path
+help quat
+q = quat(1, 2, 3, 4)
+r = quat(0, 1, 0, 0);
+s = q + r
+d = q - 1
+p1 = q * r
+p2 = r * q
+n = -q
+e = q == quat(1, 2, 3, 4)
+f = q == r
+len = norm(quat(0, 3, 4, 0))
+norm(3)
+bad = q + 'text'
+c = {q, 1}
+j = [q r]
+t = q';
+plugin unload quaternion
+who
+plugin list
+path
+q2 = quat(1)
+plugin load quaternion
+again = quat(5)
+plugin unload quaternion
