@@ -17,10 +17,6 @@ namespace internal {
 
 namespace {
 
-template <class T>
-struct is_complex : std::false_type {};
-template <class T>
-struct is_complex<std::complex<T>> : std::true_type {};
 
 // The sign character of format 9: '+' above zero, '-' below, a blank for
 // zero and NaN.  Complex elements are judged by their real part.

@@ -22,6 +22,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <type_traits>
 
 #include "matrix/matrix.h"
 #include "memory/type_lists.h"
@@ -45,6 +46,13 @@ extern fmt_flag fmt_fl;
 }  // namespace global
 
 namespace internal {
+
+// True for the two complex element types.
+template <class T>
+struct is_complex : std::false_type {};
+template <class T>
+struct is_complex<std::complex<T>> : std::true_type {};
+
 
 // The spacing word value that selects loose spacing.
 inline constexpr std::uint32_t loose_spacing_word = 256;

@@ -14,10 +14,6 @@ namespace internal {
 
 namespace {
 
-template <class T>
-struct is_complex : std::false_type {};
-template <class T>
-struct is_complex<std::complex<T>> : std::true_type {};
 
 template <class T>
 struct is_sparse : std::false_type {};

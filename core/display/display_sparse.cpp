@@ -18,10 +18,6 @@ namespace internal {
 
 namespace {
 
-template <class T>
-struct is_complex_t : std::false_type {};
-template <class T>
-struct is_complex_t<std::complex<T>> : std::true_type {};
 
 int decimal_digits(long v) {
   int n = 1;
@@ -46,7 +42,7 @@ char* put_padded(char* p, long v, int w) {
 // their real part, as in the dense display.
 template <class T>
 char sign_char(const T& v) {
-  if constexpr (is_complex_t<T>::value)
+  if constexpr (is_complex<T>::value)
     return sign_char(v.real());
   else
     return v > T(0) ? '+' : v < T(0) ? '-' : ' ';
@@ -59,7 +55,7 @@ size_t element_text(char* buf, const compiled_format& f, const T& v, double scal
   if constexpr (std::is_same_v<T, bool>) {
     (void)scale;
     return f.integer(buf, static_cast<long>(v));
-  } else if constexpr (is_complex_t<T>::value) {
+  } else if constexpr (is_complex<T>::value) {
     using R = typename T::value_type;
     const R sc = static_cast<R>(scale);
     const R im = v.imag();

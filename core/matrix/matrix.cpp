@@ -222,15 +222,7 @@ void matrix<T>::iterator::move_to_end() {
 template <class T>
 matrix<T> matrix<T>::view(long m, long n, long start, long col_step, long row_step) const {
   if (!is_contiguous()) throw_not_contiguous_view();
-  matrix r;
-  r.dims_ = {m, n};
-  r.strides_ = {row_step, col_step == -1 ? m : col_step};
-  r.size_ = checked_mul(m, n);
-  r.offset_ = offset_ + start;
-  r.storage_ = storage_;
-  r.size_max_ = size_max_;
-  r.rebase();
-  return r;
+  return share_as({m, n}, {row_step, col_step == -1 ? m : col_step}, checked_mul(m, n), start);
 }
 
 template <class T>
@@ -239,12 +231,18 @@ matrix<T> matrix<T>::view(const std::vector<long>& dims, const std::vector<long>
   if (dims.size() != strides.size() || dims.size() < 2)
     throw std::runtime_error(tr("view() 输入格式错误，新的维度和间隔长度必须相同且在 2 以上。"));
   if (!is_contiguous()) throw_not_contiguous_view();
-  matrix r;
-  r.dims_ = dims;
-  r.strides_ = strides;
   long count = 1;
   for (long d : dims) count = checked_mul(count, d);
-  r.size_ = count;
+  return share_as(dims, strides, count, start);
+}
+
+template <class T>
+matrix<T> matrix<T>::share_as(std::vector<long> dims, std::vector<long> strides, long size,
+                              long start) const {
+  matrix r;
+  r.dims_ = std::move(dims);
+  r.strides_ = std::move(strides);
+  r.size_ = size;
   r.offset_ = offset_ + start;
   r.storage_ = storage_;
   r.size_max_ = size_max_;

@@ -318,6 +318,9 @@ class matrix : public matrix_base {
  private:
   long page_term(long k) const { return dims_.size() > 2 ? k * strides_[2] : 0; }
   void rebase() { data_ = storage_ ? storage_->data + offset_ : nullptr; }
+  // A second array on this block with the given geometry, `start` elements
+  // past this array's first element.
+  matrix share_as(std::vector<long> dims, std::vector<long> strides, long size, long start) const;
   void resize_impl(std::vector<long> dims);
   void conservative_resize_impl(std::vector<long> dims);
   void require_conservative_resizable() const;
