@@ -321,13 +321,7 @@ void sparse_matrix<T>::initialize(long m, long n, long nzmax) {
   auto ir = std::make_shared<index_vector>(static_cast<size_t>(nzmax));
   auto jc = std::make_shared<index_vector>(static_cast<size_t>(n) + 1);
   auto jce = std::make_shared<index_vector>(static_cast<size_t>(n));
-  dims_[0] = m;
-  dims_[1] = n;
-  pr_ = std::move(pr);
-  ir_ = std::move(ir);
-  jc_ = std::move(jc);
-  jce_ = std::move(jce);
-  refresh_values();
+  adopt(m, n, std::move(pr), std::move(ir), std::move(jc), std::move(jce));
 }
 
 template <class T>
@@ -337,8 +331,15 @@ void sparse_matrix<T>::cpy_impl(const sparse_matrix& src) {
   auto ir = std::make_shared<index_vector>(*src.ir_);
   auto jc = std::make_shared<index_vector>(*src.jc_);
   auto jce = std::make_shared<index_vector>(*src.jce_);
-  dims_[0] = src.dims_[0];
-  dims_[1] = src.dims_[1];
+  adopt(src.dims_[0], src.dims_[1], std::move(pr), std::move(ir), std::move(jc), std::move(jce));
+}
+
+template <class T>
+void sparse_matrix<T>::adopt(long m, long n, std::shared_ptr<value_vector> pr,
+                             std::shared_ptr<index_vector> ir, std::shared_ptr<index_vector> jc,
+                             std::shared_ptr<index_vector> jce) noexcept {
+  dims_[0] = m;
+  dims_[1] = n;
   pr_ = std::move(pr);
   ir_ = std::move(ir);
   jc_ = std::move(jc);

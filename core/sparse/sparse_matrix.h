@@ -194,6 +194,10 @@ class sparse_matrix : public matrix_base {
 
  private:
   void refresh_values() { values_ = pr_->data(); }
+  // Installs freshly made storage of an m x n matrix (the commit step of
+  // initialize and cpy_impl, after everything that can fail).
+  void adopt(long m, long n, std::shared_ptr<value_vector> pr, std::shared_ptr<index_vector> ir,
+             std::shared_ptr<index_vector> jc, std::shared_ptr<index_vector> jce) noexcept;
   void conservative_resize_impl(long m, long n);
 
   std::vector<long> dims_{0, 0};
