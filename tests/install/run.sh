@@ -1,0 +1,67 @@
+#!/bin/sh
+# The installed package as host and plugin writers meet it.
+#   run.sh BUILD_DIR SOURCE_DIR [EXTRA_FLAGS]
+# Installs BUILD_DIR into a temporary prefix; builds consumer/ (a host and a
+# plugin) against it once through the CMake package and once through
+# pkg-config and runs both; runs the installed zorvat-host with the installed
+# sample plugin; checks that README's code samples are the consumer's files.
+# EXTRA_FLAGS (for example the sanitizer flags of the library's build) are
+# passed to every compile and link of the consumer.
+set -eu
+build=$1 src=$2 flags=${3:-}
+here=$src/tests/install
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+fail() { echo "install test: $*" >&2; exit 1; }
+
+cmake --install "$build" --prefix "$tmp/prefix" >/dev/null
+prefix=$tmp/prefix
+
+# The consumer prints a matrix, a plugin object and the dispatcher's error
+# (in the C locale: the Chinese original).
+check_run() {  # check_run WHAT HOST PLUGIN_ROOT
+  LC_ALL=C LANGUAGE= "$2" "$3" "$prefix/share/zorvat" >"$tmp/out" 2>/dev/null || fail "$1: the host failed"
+  diff -u "$here/expected.out" "$tmp/out" || fail "$1: unexpected output"
+}
+
+# 1. find_package(zorvat_core CONFIG) and zorvat_add_plugin.
+cmake -S "$here/consumer" -B "$tmp/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
+      -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS="$flags" \
+      -DCMAKE_MODULE_LINKER_FLAGS="$flags" >/dev/null || fail "configuring with find_package"
+cmake --build "$tmp/cmake" >/dev/null || fail "building with find_package"
+[ -f "$tmp/cmake/plugin_root/plugins/units/main.so" ] || fail "zorvat_add_plugin: no plugins/units/main.so"
+check_run find_package "$tmp/cmake/tiny_host" "$tmp/cmake/plugin_root"
+
+# 2. pkg-config.
+export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
+cflags=$(pkg-config --cflags zorvat_core) || fail "pkg-config does not know zorvat_core"
+libs=$(pkg-config --libs zorvat_core)
+libdir=$(pkg-config --variable=libdir zorvat_core)
+mkdir -p "$tmp/pc/root/plugins/units"
+# shellcheck disable=SC2086  # the flags are lists of words
+g++ -std=c++17 $flags $cflags "$here/consumer/host.cpp" -o "$tmp/pc/tiny_host" $libs \
+    -Wl,-rpath,"$libdir" || fail "building the host with pkg-config"
+# shellcheck disable=SC2086
+g++ -std=c++17 -shared -fPIC $flags $cflags "$here/consumer/units.cpp" \
+    -o "$tmp/pc/root/plugins/units/main.so" $libs || fail "building the plugin with pkg-config"
+check_run pkg-config "$tmp/pc/tiny_host" "$tmp/pc/root"
+
+# 3. The installed reference host finds its library and the installed plugin.
+if [ -x "$prefix/bin/zorvat-host" ]; then
+  LC_ALL=C "$prefix/bin/zorvat-host" --plugin-root "$prefix/lib/zorvat" \
+    -e "plugin load quaternion" -e "q = quat(1, 2, 3, 4) + quat(1, 0, 0, 0)" >"$tmp/host.out" 2>&1 ||
+    { cat "$tmp/host.out"; fail "the installed zorvat-host failed"; }
+  grep -q "2 + 2i + 3j + 4k" "$tmp/host.out" || { cat "$tmp/host.out"; fail "the installed quaternion plugin"; }
+fi
+
+# 4. README shows these very files.
+for f in host.cpp units.cpp CMakeLists.txt; do
+  awk -v want="consumer/$f" '
+    $0 == "<!-- tests/install/" want " -->" { grab = 1; next }
+    grab == 1 && /^```/ { grab = 2; next }
+    grab == 2 && /^```/ { exit }
+    grab == 2 { print }' "$src/README.md" >"$tmp/readme.$f"
+  cmp -s "$tmp/readme.$f" "$here/consumer/$f" ||
+    fail "README.md does not show tests/install/consumer/$f as it is (mark the block with <!-- tests/install/consumer/$f -->)"
+done
+echo "install test: passed"
