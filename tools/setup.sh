@@ -1,11 +1,21 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the build, the tests and the benchmarks
-# need, and only those that are missing.  Nothing is fetched from anywhere
-# else.  Safe to run again: with everything present it does nothing.
+# need, and only those that are missing, and makes sure that an English UTF-8
+# locale (en_US.UTF-8) exists, for the test that shows the English messages.
+# Nothing is fetched from anywhere else.  Safe to run again: with everything
+# present it does nothing and prints nothing.
 set -euo pipefail
 
 packages=(g++ cmake make pkg-config libboost-dev libgtest-dev libbenchmark-dev
           gettext libeigen3-dev)
+
+has_english_locale() {
+  locale -a 2>/dev/null | grep -Eqx 'en_US\.(utf8|UTF-8)'
+}
+need_locale=0
+has_english_locale || need_locale=1
+# The locale is generated from the data of the locales package.
+[ "$need_locale" -eq 1 ] && packages+=(locales)
 
 missing=()
 for p in "${packages[@]}"; do
@@ -13,13 +23,27 @@ for p in "${packages[@]}"; do
     missing+=("$p")
   fi
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
+[ ${#missing[@]} -eq 0 ] && [ "$need_locale" -eq 0 ] && exit 0
 
-echo "setup: installing ${missing[*]}"
 sudo_cmd=()
 [ "$(id -u)" -ne 0 ] && sudo_cmd=(sudo)
 export DEBIAN_FRONTEND=noninteractive
-if ! "${sudo_cmd[@]}" apt-get install -y --no-install-recommends "${missing[@]}"; then
-  "${sudo_cmd[@]}" apt-get update
-  "${sudo_cmd[@]}" apt-get install -y --no-install-recommends "${missing[@]}"
+
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "setup: installing ${missing[*]}"
+  if ! "${sudo_cmd[@]}" apt-get install -y --no-install-recommends "${missing[@]}"; then
+    "${sudo_cmd[@]}" apt-get update
+    "${sudo_cmd[@]}" apt-get install -y --no-install-recommends "${missing[@]}"
+  fi
+fi
+
+if [ "$need_locale" -eq 1 ]; then
+  echo "setup: generating the locale en_US.UTF-8"
+  if grep -Eq '^[# ]*en_US\.UTF-8 UTF-8' /etc/locale.gen 2>/dev/null; then
+    "${sudo_cmd[@]}" sed -i -E 's/^[# ]*(en_US\.UTF-8 UTF-8)/\1/' /etc/locale.gen
+  else
+    echo "en_US.UTF-8 UTF-8" | "${sudo_cmd[@]}" tee -a /etc/locale.gen >/dev/null
+  fi
+  "${sudo_cmd[@]}" locale-gen >/dev/null
+  has_english_locale || { echo "setup: en_US.UTF-8 is still missing" >&2; exit 1; }
 fi

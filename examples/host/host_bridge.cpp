@@ -1,7 +1,7 @@
 // host_bridge.cpp: zorvat-host's answers to the core's queries.
 //
 // Every service of the host that the core reaches is answered here: console
-// text, the console's width, the user's directories, the workspace, the
+// text, the console's width, the data and cache directories, the workspace, the
 // keyword list, evaluation and calls by name, and the search path.  Queries
 // that this host does not serve ("which", "lookup_zex_function", ...) are
 // answered with null, which the core reads as "not available".
@@ -30,6 +30,24 @@ struct variable_record {
   const char* name;
   const zo_obj* value;
 };
+
+// The data directory of the installation that this executable belongs to:
+// <prefix>/bin/zorvat-host reads <prefix>/share/zorvat, and the build tree's
+// <build>/examples/zorvat-host reads <build>/share/zorvat, where the build
+// writes the compiled catalogues.  Empty when the executable's path is
+// unknown (the core then finds no catalogue and shows the original texts).
+std::string installed_data_dir() {
+  char buf[4096];
+  const ssize_t n = readlink("/proc/self/exe", buf, sizeof buf);
+  if (n <= 0 || n == static_cast<ssize_t>(sizeof buf)) return {};
+  std::string dir(buf, static_cast<size_t>(n));
+  for (int up = 0; up < 2; ++up) {  // drop the file name, then its folder
+    const size_t slash = dir.rfind('/');
+    if (slash == std::string::npos) return {};
+    dir.erase(slash);
+  }
+  return dir + "/share/zorvat";
+}
 
 std::string user_dir(const std::string& option, const char* xdg_var, const char* home_sub) {
   if (!option.empty()) return option;
@@ -68,7 +86,9 @@ void* f2k(std::string const& q, void* arg) {
   if (!s) return nullptr;
   static std::string answer;  // the text that a pointer answer points at
   if (q == "local_data_dir" || q == "local_data_dir_u") {
-    answer = user_dir(s->opts().data_dir, "XDG_DATA_HOME", "/.local/share");
+    // The core binds its message catalogues to <answer>/locale.
+    static const std::string installed = installed_data_dir();
+    answer = s->opts().data_dir.empty() ? installed : s->opts().data_dir;
     return &answer;
   }
   if (q == "local_cache_dir" || q == "local_cache_dir_u") {

@@ -6,6 +6,24 @@
 // On a terminal the session is interactive (prompt ">> ", errors never end
 // it); a script stops at its first error with status 1; with --keep-going it
 // reports every error and goes on, ending with status 0.
+//
+// --data-dir DIR is the data directory that the core is told of; its
+// locale/<lang>/LC_MESSAGES/zorvat_core.mo are the message catalogues.  By
+// default it is <exe dir>/../share/zorvat, which is both the installed data
+// directory (<prefix>/bin -> <prefix>/share/zorvat) and the build tree's
+// (<build>/examples -> <build>/share/zorvat).
+//
+// Messages follow the user's language: they are the Chinese originals unless
+// a catalogue of that language is found.  English is shown with an English
+// messages locale, which must be installed (tools/setup.sh makes en_US.UTF-8),
+// or with LANGUAGE=en under any messages locale except C/POSIX:
+//   LANGUAGE=en LC_ALL=en_US.UTF-8 zorvat-host ...   (LC_ALL, LC_MESSAGES or
+//   LANG=en_US.UTF-8 alone do as well)
+//   LANGUAGE=en LANG=C.UTF-8 zorvat-host ...         (no English locale needed)
+// With LC_ALL=C (or LC_MESSAGES=C, or nothing set) every message is the
+// Chinese original, whatever LANGUAGE says.  Numbers are always formatted as
+// in the C locale.
+#include <locale.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -56,6 +74,10 @@ int usage(const std::string& msg) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Only messages and the character set follow the environment: LC_NUMERIC
+  // stays "C", so numbers keep their '.' whatever the user's locale.
+  setlocale(LC_MESSAGES, "");
+  setlocale(LC_CTYPE, "");
   zorvat_host::options opts;
   std::string file, texts;
   bool have_text = false;

@@ -23,7 +23,7 @@ namespace zorvat_host {
 
 struct options {
   std::string plugin_root;  // --plugin-root, else $ZORVAT_PLUGIN_PATH
-  std::string data_dir;     // --data-dir, else the XDG data directory
+  std::string data_dir;     // --data-dir, else <exe dir>/../share/zorvat
   std::string cache_dir;    // --cache-dir, else the XDG cache directory
   bool keep_going = false;  // go on after an error in a script
 };

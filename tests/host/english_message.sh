@@ -1,0 +1,60 @@
+#!/bin/sh
+# english_message.sh HOST EN_PO
+# One library error shown by zorvat-host twice: with an English locale and
+# LANGUAGE=en it must be the English text of po/en.po, with LC_ALL=C the
+# Chinese original.  Both are built from the same msgid/msgstr pair of EN_PO,
+# so the test follows any rewording of the translation.
+host=$1 po=$2
+
+if ! locale -a 2>/dev/null | grep -Eqx 'en_US\.(utf8|UTF-8)'; then
+  echo "FAIL: the locale en_US.UTF-8 is not installed; run tools/setup.sh" >&2
+  exit 1
+fi
+
+# Prints the msgstr of the msgid $1 from $po (continuation lines joined;
+# the texts used here hold no escapes).
+translation() {
+  awk -v want="$1" '
+    function text(line) { sub(/^[a-z]* *"/, "", line); sub(/"$/, "", line); return line }
+    /^msgid /  { if (cur == "str" && id == want) { print str; found = 1; exit }
+                 id = text($0); str = ""; cur = "id"; next }
+    /^msgstr / { str = text($0); cur = "str"; next }
+    /^"/       { if (cur == "id") id = id text($0); else if (cur == "str") str = str text($0); next }
+               { if (cur == "str" && id == want) { print str; found = 1; exit } cur = "" }
+    END        { if (!found && cur == "str" && id == want) print str }' "$po"
+}
+
+# The warning of the plugin manager, then the dispatcher's error for the
+# operator '+' at column 3.
+warning_id='警告：无法加载 zex 库，部分插件可能无法正常工作'
+operator_id='错误 - 运算符 %s 不支持该类型的输入参数组合'
+warning_en=$(translation "$warning_id")
+operator_en=$(translation "$operator_id")
+for t in "$warning_en" "$operator_en"; do
+  if [ -z "$t" ]; then
+    echo "FAIL: $po has no translation of a message used here" >&2
+    exit 1
+  fi
+done
+if [ "$operator_en" = "$operator_id" ]; then
+  echo "FAIL: the English text equals the original; the test could not tell them apart" >&2
+  exit 1
+fi
+
+status=0
+# check NAME EXPECTED_WARNING EXPECTED_OPERATOR_FORMAT ENV...
+check() {
+  name=$1 warning=$2 operator=$3
+  shift 3
+  expected=$(printf '%s\n-e:1:3: ' "$warning"; printf "$operator" '+')
+  actual=$(env -u LANGUAGE -u LANG -u LC_ALL -u LC_MESSAGES "$@" "$host" -e '1 + 2' 2>&1 >/dev/null)
+  if [ "$actual" != "$expected" ]; then
+    printf 'FAIL (%s):\n  expected: %s\n  actual:   %s\n' "$name" "$expected" "$actual" >&2
+    status=1
+  fi
+}
+check english "$warning_en" "$operator_en" LANGUAGE=en LC_ALL=en_US.UTF-8
+check english-locale "$warning_en" "$operator_en" LC_ALL=en_US.UTF-8
+check c "$warning_id" "$operator_id" LC_ALL=C
+check language-ignored-under-c "$warning_id" "$operator_id" LANGUAGE=en LC_ALL=C
+exit $status
