@@ -12,14 +12,12 @@
 #include "display_test_util.h"
 #include "host/host_query.h"
 #include "sparse/sparse_matrix.h"
-#include "value/structure.h"
 
-namespace zorvat {
+namespace zorvat_test {
 namespace {
 
+using namespace zorvat;
 using internal::format_info;
-using internal::get_format_info;
-using zorvat_test::array_value;
 using cd = std::complex<double>;
 const double nan = std::numeric_limits<double>::quiet_NaN();
 const double inf = std::numeric_limits<double>::infinity();
@@ -39,8 +37,7 @@ TEST(FixedLengthStream, CutsBetweenInsertionsAndIgnoresTheRest) {
 TEST(FixedLengthStream, NullTextSetsFailbitAndInsertsNothing) {
   internal::FixedLengthStream s(100);
   const char* none = nullptr;
-  s << "a";
-  s << none;
+  s << "a" << none;
   EXPECT_TRUE(s.stream.fail());
   EXPECT_EQ(s.str(), "a");
 }
@@ -52,9 +49,8 @@ TEST(BufferedStream, FlushesPastThresholdAndClearsErrorState) {
   EXPECT_EQ(os.str(), "");
   s << std::string("cde");
   EXPECT_EQ(os.str(), "abcde");
-  s << "f";
   const char* none = nullptr;
-  s << none;
+  s << "f" << none;
   s.flush();
   EXPECT_EQ(os.str(), "abcdef");
   EXPECT_FALSE(s.stream.fail());
@@ -66,24 +62,22 @@ TEST(BufferedStream, FlushesPastThresholdAndClearsErrorState) {
 // ------------------------------------------------------------- entry points
 
 std::vector<zo_obj> sample_values() {
-  std::vector<zo_obj> v;
-  v.push_back(zo_obj(2.5));
-  v.push_back(array_value<double>(type_double, {3, 30}, {}));
   std::mt19937 rng(5);
   std::uniform_real_distribution<double> u(-2000.0, 2000.0);
   auto* m = new matrix<double>({7, 25, 2});
   for (auto& x : *m) x = u(rng);
-  v.push_back(zo_obj(type_double, m));
-  v.push_back(array_value<cd>(type_complex_double, {2, 9}, {cd(1, 2), cd(-3, 4.5)}));
-  v.push_back(array_value<char>(type_char, {2, 2, 2}, {'a', 'b', 'c', '\n', 'e', 'f', 'g', 'h'}));
-  v.push_back(array_value<long>(type_int64, {4, 40}, {1, -2, 300000}));
-  v.push_back(zo_obj());
-  return v;
+  return {zo_obj(2.5),
+          arr<double>({3, 30}),
+          zo_obj(type_double, m),
+          arr<cd>({2, 9}, {cd(1, 2), cd(-3, 4.5)}),
+          arr<char>({2, 2, 2}, {'a', 'b', 'c', '\n', 'e', 'f', 'g', 'h'}),
+          arr<long>({4, 40}, {1, -2, 300000}),
+          zo_obj()};
 }
 
-class EntryPoints : public zorvat_test::display_format_guard {};
+class EntryPoints : public display_format_guard {};
 
-TEST_F(EntryPoints, ConsoleTextEqualsStringTextForAnyThreshold) {
+TEST_F(EntryPoints, ConsoleTextEqualsStringTextForAnyThresholdAndDefaultWidthIsEighty) {
   for (bool loose : {true, false}) {
     set_format(0, loose);
     for (const zo_obj& v : sample_values()) {
@@ -93,12 +87,9 @@ TEST_F(EntryPoints, ConsoleTextEqualsStringTextForAnyThreshold) {
         internal::obj2console(os, v, 60, threshold);
         EXPECT_EQ(os.str(), want) << v.brief_type_str() << " threshold " << threshold;
       }
+      EXPECT_EQ(internal::obj2str(v, -1), internal::obj2str(v, 80)) << v.brief_type_str();
     }
   }
-}
-
-TEST_F(EntryPoints, DefaultWidthIsEighty) {
-  for (const zo_obj& v : sample_values()) EXPECT_EQ(internal::obj2str(v, -1), internal::obj2str(v, 80));
 }
 
 TEST_F(EntryPoints, StringCapEndsInMarkAndBoundsTheText) {
@@ -130,12 +121,11 @@ void* record(std::string const& name, void* arg) {
 
 TEST_F(EntryPoints, SafeConsoleWritesToHostStreams) {
   const global::core_query_function f2k = global::__F2KQuery_p, k2f = global::__K2FQuery_p;
-  global::__F2KQuery_p = record;
-  global::__K2FQuery_p = record;
+  global::__F2KQuery_p = global::__K2FQuery_p = record;
   host_out.clear();
   host_err.clear();
   host_log.clear();
-  const zo_obj v = array_value<double>(type_double, {2, 12}, {0.5, 1.5});
+  const zo_obj v = arr<double>({2, 12}, {0.5, 1.5});
   internal::obj2console_safe<1>(v, 80, 1000000);
   EXPECT_EQ(host_out, internal::obj2str(v, 80));
   EXPECT_EQ(host_log, "write_to_cout;flush_cout;");
@@ -153,6 +143,8 @@ TEST_F(EntryPoints, MovedFromArrayPrintsNotice) {
 }
 
 // ---------------------------------------------------------- format selection
+// Rows whose outcome a whole text of the layout tables already shows are not
+// repeated here.
 
 struct info_case {
   const char* name;
@@ -164,7 +156,7 @@ struct info_case {
 };
 std::ostream& operator<<(std::ostream& os, const info_case& c) { return os << c.name; }
 
-class FormatInfo : public zorvat_test::display_format_guard, public ::testing::WithParamInterface<info_case> {};
+class FormatInfo : public display_format_guard, public ::testing::WithParamInterface<info_case> {};
 
 TEST_P(FormatInfo, SelectsTextColumnsAndPages) {
   const info_case& c = GetParam();
@@ -186,100 +178,79 @@ std::function<format_info()> info_of(std::vector<long> dims, std::vector<T> elem
   return [=] {
     matrix<T> m(dims);
     for (size_t k = 0; k < elems.size(); ++k) m.data()[k] = elems[k];
-    return get_format_info(m, width);
+    return internal::get_format_info(m, width);
   };
 }
 
 template <class T>
 std::function<format_info()> sparse_info_of(long rows, long cols, T value, long width) {
-  return [=] {
-    sparse_matrix<T> m(std::vector<triplet<T>>{{value, 0, 0}}, rows, cols);
-    return get_format_info(m, width);
-  };
+  return [=] { return internal::get_format_info(sparse_matrix<T>({{value, 0, 0}}, rows, cols), width); };
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    AllTypes, FormatInfo,
-    ::testing::Values(
-        info_case{"Width80", info_of<double>({1, 20}, {0.5}, 80), 0, " %9.4f", 8, 3, 0},
-        info_case{"DefaultWidth", info_of<double>({1, 20}, {0.5}, -1), 0, " %9.4f", 8, 3, 0},
-        info_case{"Width19", info_of<double>({1, 20}, {0.5}, 19), 0, " %9.4f", 1, 20, 0},
-        info_case{"Width20", info_of<double>({1, 20}, {0.5}, 20), 0, " %9.4f", 2, 10, 0},
-        info_case{"ScalarThousand", info_of<double>({1, 1}, {-1000}, 80), 0, "  %9.4e", 8, 1, 0},
-        info_case{"ScalarNaNStaysFixed", info_of<double>({1, 1}, {nan}, 80), 1, " %19.15f", 4, 1, 0},
-        info_case{"SingleLong", info_of<float>({1, 1}, {2000.0f}, 80), 1, "  %11.7e", 6, 1, 0},
-        info_case{"SingleLongExponent", info_of<float>({2, 11}, {1}, 80), 3, " %15.7e", 5, 3, 0},
-        info_case{"ComplexLong", info_of<cd>({1, 3}, {cd(5000, 0)}, 80), 1, " %18.15f %c%18.15fi", 2, 2, 0},
-        info_case{"ComplexSingleExponent", info_of<std::complex<float>>({1, 3}, {}, 80), 3,
-                  " %17.7e %c%14.7ei", 2, 2, 0},
-        info_case{"Signs", info_of<double>({2, 100}, {}, 80), 9, "%c", 100, 1, 0},
-        info_case{"NoRendering", info_of<double>({1, 2}, {}, 80), 4, nullptr, 0, 0, 0},
-        info_case{"HexOfFloating", info_of<float>({1, 2}, {}, 80), 8, nullptr, 0, 0, 0},
-        info_case{"Int32Digits", info_of<int>({1, 2}, {5, -123}, 80), 0, "%*d", 13, 1, 6},
-        info_case{"EmptyInteger", info_of<short>({0, 3}, {}, 80), 0, "%*d", 20, 1, 4},
-        info_case{"Int64", info_of<long>({1, 30}, {-10000}, 80), 0, "%*ld", 10, 3, 8},
-        info_case{"Uint8", info_of<unsigned char>({1, 2}, {255}, 80), 2, "%*u", 13, 1, 6},
-        info_case{"Uint64", info_of<unsigned long>({1, 2}, {9}, 80), 0, "%*lu", 20, 1, 4},
-        info_case{"HexUint8", info_of<unsigned char>({1, 30}, {}, 80), 8, "  %0*x", 20, 2, 2},
-        info_case{"HexInt64", info_of<long>({1, 9}, {}, 80), 8, "  %0*lx", 4, 3, 16},
-        info_case{"HexNarrow", info_of<long>({1, 9}, {}, 35), 8, "  %0*lx", 1, 9, 16},
-        info_case{"IntegerSigns", info_of<int>({1, 2}, {}, 80), 9, "%*d", 20, 1, 4},
-        info_case{"LogicalNarrow", info_of<bool>({1, 3}, {}, 7), 3, "%4d", 1, 3, 4},
-        info_case{"Logical", info_of<bool>({1, 30}, {}, 8), 0, "%4d", 2, 15, 4},
-        info_case{"Char", info_of<char>({3, 30}, {}, 80), 0, "%c", 1, 1, 1},
-        info_case{"SparseScalar", sparse_info_of<double>(1, 1, 1500.0, -1), 0, "  %9.4e", 8, 1, 0},
-        info_case{"SparseComplex", sparse_info_of<cd>(3, 5, cd(1, 1), 80), 2, " %12.4e %c%11.4ei", 2, 3, 0},
-        info_case{"SparseLogical", sparse_info_of<bool>(2, 2, true, 80), 0, "%4d", 20, 1, 4}),
-    [](const auto& i) { return std::string(i.param.name); });
+const info_case info_cases[] = {
+    {"DefaultWidth", info_of<double>({1, 20}, {0.5}, -1), 0, " %9.4f", 8, 3, 0},
+    {"ScalarNaNStaysFixed", info_of<double>({1, 1}, {nan}, 80), 1, " %19.15f", 4, 1, 0},
+    {"SingleLongExponent", info_of<float>({2, 11}, {1}, 80), 3, " %15.7e", 5, 3, 0},
+    {"ComplexLong", info_of<cd>({1, 3}, {cd(5000, 0)}, 80), 1, " %18.15f %c%18.15fi", 2, 2, 0},
+    {"ComplexSingleExponent", info_of<std::complex<float>>({1, 3}, {}, 80), 3, " %17.7e %c%14.7ei", 2, 2, 0},
+    {"Signs", info_of<double>({2, 100}, {}, 80), 9, "%c", 100, 1, 0},
+    {"NoRendering", info_of<double>({1, 2}, {}, 80), 4, nullptr, 0, 0, 0},
+    {"HexOfFloating", info_of<float>({1, 2}, {}, 80), 8, nullptr, 0, 0, 0},
+    {"EmptyInteger", info_of<short>({0, 3}, {}, 80), 0, "%*d", 20, 1, 4},
+    {"Int64", info_of<long>({1, 30}, {-10000}, 80), 0, "%*ld", 10, 3, 8},
+    {"Uint8", info_of<unsigned char>({1, 2}, {255}, 80), 2, "%*u", 13, 1, 6},
+    {"Uint64", info_of<unsigned long>({1, 2}, {9}, 80), 0, "%*lu", 20, 1, 4},
+    {"HexUint8", info_of<unsigned char>({1, 30}, {}, 80), 8, "  %0*x", 20, 2, 2},
+    {"HexInt64", info_of<long>({1, 9}, {}, 80), 8, "  %0*lx", 4, 3, 16},
+    {"HexNarrow", info_of<long>({1, 9}, {}, 35), 8, "  %0*lx", 1, 9, 16},
+    {"IntegerSigns", info_of<int>({1, 2}, {}, 80), 9, "%*d", 20, 1, 4},
+    {"LogicalNarrow", info_of<bool>({1, 3}, {}, 7), 3, "%4d", 1, 3, 4},
+    {"Logical", info_of<bool>({1, 30}, {}, 8), 0, "%4d", 2, 15, 4},
+    {"Char", info_of<char>({3, 30}, {}, 80), 0, "%c", 1, 1, 1},
+    {"SparseScalar", sparse_info_of<double>(1, 1, 1500.0, -1), 0, "  %9.4e", 8, 1, 0},
+    {"SparseComplex", sparse_info_of<cd>(3, 5, cd(1, 1), 80), 2, " %12.4e %c%11.4ei", 2, 3, 0},
+    {"SparseLogical", sparse_info_of<bool>(2, 2, true, 80), 0, "%4d", 20, 1, 4},
+};
+INSTANTIATE_TEST_SUITE_P(AllTypes, FormatInfo, ::testing::ValuesIn(info_cases),
+                         [](const auto& i) { return std::string(i.param.name); });
 
+// Power of ten of the largest finite magnitude (the modulus for complex);
+// cases not already visible as a scale line of the layout tables.
 TEST(Scale, PowerOfTenOfLargestFiniteMagnitude) {
-  auto real = [](std::vector<double> v) {
-    matrix<double> m(1, static_cast<long>(v.size()));
-    for (size_t k = 0; k < v.size(); ++k) m(0, static_cast<long>(k)) = v[k];
-    return internal::get_scale(m);
-  };
-  auto cplx = [](std::vector<cd> v) {
-    matrix<cd> m(1, static_cast<long>(v.size()));
-    for (size_t k = 0; k < v.size(); ++k) m(0, static_cast<long>(k)) = v[k];
-    return internal::get_scale(m);
-  };
-  EXPECT_EQ(real({1000.5, 2}), 1000.0);
-  EXPECT_EQ(real({-123456.0, 2}), 100000.0);
-  EXPECT_EQ(real({999, 0.5}), 1.0);
-  EXPECT_EQ(real({inf, 1.5}), 1.0);
-  EXPECT_EQ(real({nan, 5000}), 1000.0);
-  EXPECT_EQ(real({1e-5, 0.001}), 1.0);
-  EXPECT_EQ(real({}), 1.0);
-  EXPECT_EQ(cplx({cd(150, 1), cd(2, 0)}), 100.0);
-  EXPECT_EQ(cplx({cd(60, 80)}), 100.0);  // the modulus decides
-  EXPECT_EQ(cplx({cd(99, 0)}), 1.0);
-  matrix<float> f(1, 2);
-  f(0, 0) = 2500.0f;
-  f(0, 1) = 1.0f;
-  EXPECT_EQ(internal::get_scale(f), 1000.0f);
+  const struct {
+    std::vector<double> re, im;
+    double scale;
+  } rows[] = {{{-123456.0, 2}, {}, 1e5}, {{nan, 5000}, {}, 1e3}, {{1e-5, 0.001}, {}, 1},
+              {{}, {}, 1},               {{60}, {80}, 100},      {{99}, {0}, 1}};
+  for (const auto& r : rows) {
+    const long n = static_cast<long>(r.re.size());
+    if (r.im.empty()) {
+      matrix<double> m(1, n);
+      for (long k = 0; k < n; ++k) m(0, k) = r.re[k];
+      EXPECT_EQ(internal::get_scale(m), r.scale) << n;
+    } else {
+      matrix<cd> m(1, n);
+      for (long k = 0; k < n; ++k) m(0, k) = cd(r.re[k], r.im[k]);
+      EXPECT_EQ(internal::get_scale(m), r.scale) << r.re[0];
+    }
+  }
 }
 
 TEST(ToIntMat, WholeValuesBelowBillionBecomeInt32) {
-  const zo_obj whole = array_value<double>(type_double, {2, 2}, {1, -2, 999999999, 0});
   zo_obj out;
-  internal::to_int_mat_9_digits(whole, out);
+  internal::to_int_mat_9_digits(arr<double>({2, 2}, {1, -2, 999999999, 0}), out);
   ASSERT_EQ(out.type, type_int32);
   const auto& m = out.get<matrix<int>>();
   EXPECT_EQ(m.dim_vec(), (std::vector<long>{2, 2}));
-  EXPECT_EQ(m(0, 0), 1);
-  EXPECT_EQ(m(1, 0), -2);
-  EXPECT_EQ(m(0, 1), 999999999);
+  EXPECT_EQ(std::vector<int>(m.data(), m.data() + 4), (std::vector<int>{1, -2, 999999999, 0}));
 
   zo_obj empty_out;
-  internal::to_int_mat_9_digits(array_value<float>(type_single, {0, 5}, {}), empty_out);
+  internal::to_int_mat_9_digits(arr<float>({0, 5}), empty_out);
   ASSERT_EQ(empty_out.type, type_int32);
   EXPECT_EQ(empty_out.get<matrix<int>>().dim_vec(), (std::vector<long>{0, 5}));
 
-  for (const zo_obj& v : {array_value<double>(type_double, {1, 2}, {1, 2.5}),
-                          array_value<double>(type_double, {1, 2}, {1e9, 1}),
-                          array_value<double>(type_double, {1, 2}, {1, nan}),
-                          array_value<double>(type_double, {1, 2}, {inf, 1}),
-                          array_value<int>(type_int32, {1, 2}, {1, 2})}) {
+  for (const zo_obj& v : {arr<double>({1, 2}, {1, 2.5}), arr<double>({1, 2}, {1e9, 1}), arr<double>({1, 2}, {1, nan}),
+                          arr<double>({1, 2}, {inf, 1}), arr<int>({1, 2}, {1, 2})}) {
     zo_obj untouched;
     internal::to_int_mat_9_digits(v, untouched);
     EXPECT_EQ(untouched.type, type_void);
@@ -297,57 +268,52 @@ TEST(ConvertNaN, RewritesOnlyNan) {
 
 // ------------------------------------------------------------ one-line texts
 
-class OneLine : public zorvat_test::display_format_guard {};
-
-zo_obj sparse_row() {
-  return zo_obj(type_sparse_double,
-                new sparse_matrix<double>(std::vector<triplet<double>>{{1.5, 0, 0}, {2.5, 2, 0}}, 1, 4));
-}
+class OneLine : public display_format_guard {};
 
 TEST_F(OneLine, RowVectorTexts) {
-  const zo_obj ints = array_value<int>(type_int32, {1, 3}, {1, 2, 3});
-  EXPECT_EQ(internal::row_vector_to_string(ints, 100, true), "[1 2 3]");
-  EXPECT_EQ(internal::row_vector_to_string(zo_obj(2.5), 100, false), "2.5000");
-  EXPECT_EQ(internal::row_vector_to_string(zo_obj(2.5), 100, true), "[2.5000]");
-  EXPECT_EQ(internal::row_vector_to_string(zo_obj(1500.5), 100, false), "1.5005e+03");
-  EXPECT_EQ(internal::row_vector_to_string(array_value<double>(type_double, {1, 2}, {nan, 1}), 100, true),
-            "[NaN 1.0000]");
-  EXPECT_EQ(internal::row_vector_to_string(array_value<cd>(type_complex_double, {1, 2}, {cd(1, 2), cd(3, -4)}),
-                                           100, true),
-            "[1.0000 + 2.0000i 3.0000 - 4.0000i]");
-  EXPECT_EQ(internal::row_vector_to_string(array_value<bool>(type_logical, {1, 2}, {true, false}), 100, true),
-            "[1 0]");
-  EXPECT_EQ(internal::row_vector_to_string(sparse_row(), 100, true), "[1.5000 2.5000]");
-  EXPECT_EQ(internal::row_vector_to_string(zo_obj("abc", type_char), 100, true), "");
-}
-
-TEST_F(OneLine, StopsAfterElementPassingMaximum) {
-  auto* m = new matrix<int>(1, 50);
-  for (long k = 0; k < 50; ++k) (*m)(0, k) = static_cast<int>(100 + k);
-  EXPECT_EQ(internal::row_vector_to_string(zo_obj(type_int32, m), 20, true), "[100 101 102 103 104 105...]");
+  const struct {
+    zo_obj value;
+    long max_len;
+    bool bracket;
+    const char* text;
+  } rows[] = {
+      {arr<int>({1, 3}, {1, 2, 3}), 100, true, "[1 2 3]"},
+      {zo_obj(2.5), 100, false, "2.5000"},
+      {zo_obj(2.5), 100, true, "[2.5000]"},
+      {zo_obj(1500.5), 100, false, "1.5005e+03"},
+      {arr<double>({1, 2}, {nan, 1}), 100, true, "[NaN 1.0000]"},
+      {arr<cd>({1, 2}, {cd(1, 2), cd(3, -4)}), 100, true, "[1.0000 + 2.0000i 3.0000 - 4.0000i]"},
+      {arr<bool>({1, 2}, {true, false}), 100, true, "[1 0]"},
+      {zo_obj(type_sparse_double, new sparse_matrix<double>({{1.5, 0, 0}, {2.5, 2, 0}}, 1, 4)), 100, true,
+       "[1.5000 2.5000]"},
+      {zo_obj("abc", type_char), 100, true, ""},
+      // Stops after the element that passes the maximum length.
+      {arr<int>({1, 50}, {100, 101, 102, 103, 104, 105, 106, 107}), 20, true, "[100 101 102 103 104 105...]"},
+  };
+  for (const auto& r : rows) EXPECT_EQ(internal::row_vector_to_string(r.value, r.max_len, r.bracket), r.text);
 }
 
 TEST_F(OneLine, SummaryOfAnyValue) {
-  EXPECT_EQ(internal::obj2str_one_line(array_value<int>(type_int32, {1, 3}, {1, 2, 3})), "[1 2 3]");
-  EXPECT_EQ(internal::obj2str_one_line(zo_obj(-0.5)), "-0.5000");
-  EXPECT_EQ(internal::obj2str_one_line(zo_obj("hello")), "\"hello\"");
-  EXPECT_EQ(internal::obj2str_one_line(zo_obj("abc", type_char)), "'abc'");
-  EXPECT_EQ(internal::obj2str_one_line(zo_obj("", type_char)), "''");
-  EXPECT_EQ(internal::obj2str_one_line(array_value<char>(type_char, {2, 3}, {})), "[2x3 char]");
-  EXPECT_EQ(internal::obj2str_one_line(array_value<double>(type_double, {2, 2}, {})), "[2x2 double]");
-  EXPECT_EQ(internal::obj2str_one_line(zo_obj()), "[1x1 void]");
-  set_format(6, true);
-  EXPECT_EQ(internal::obj2str_one_line(array_value<double>(type_double, {1, 3}, {})), "[1x3 double]");
-}
-
-TEST_F(OneLine, StructureFieldLinesUseIt) {
-  structure st;
-  st.set_field("v", std::make_shared<zo_obj>(array_value<int>(type_int32, {1, 3}, {1, 2, 3})), false);
-  st.set_field("t", std::make_shared<zo_obj>("abc", type_char), false);
-  const std::string text = st.to_string(false);
-  EXPECT_NE(text.find("[1 2 3]"), std::string::npos) << text;
-  EXPECT_NE(text.find("'abc'"), std::string::npos) << text;
+  const struct {
+    zo_obj value;
+    unsigned format;
+    const char* text;
+  } rows[] = {
+      {arr<int>({1, 3}, {1, 2, 3}), 0, "[1 2 3]"},
+      {zo_obj(-0.5), 0, "-0.5000"},
+      {zo_obj("hello"), 0, "\"hello\""},
+      {zo_obj("abc", type_char), 0, "'abc'"},
+      {zo_obj("", type_char), 0, "''"},
+      {arr<char>({2, 3}), 0, "[2x3 char]"},
+      {arr<double>({2, 2}), 0, "[2x2 double]"},
+      {zo_obj(), 0, "[1x1 void]"},
+      {arr<double>({1, 3}), 6, "[1x3 double]"},  // a format without a rendering
+  };
+  for (const auto& r : rows) {
+    set_format(r.format, true);
+    EXPECT_EQ(internal::obj2str_one_line(r.value), r.text);
+  }
 }
 
 }  // namespace
-}  // namespace zorvat
+}  // namespace zorvat_test

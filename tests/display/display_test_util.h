@@ -1,25 +1,29 @@
-// Helpers of the display tests: values built from shapes and element lists,
-// and a fixture that restores the display format record.
+// Helpers of the display tests: values built from shapes and element lists, a
+// fixture that restores the display format record, and the table of whole
+// texts (Layout) that each renderer's test file adds its rows to.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <initializer_list>
+#include <string>
 #include <vector>
 
 #include "display/display_format.h"
 #include "matrix/matrix.h"
+#include "value/kind_table.h"
 #include "value/zo_obj.h"
 
 namespace zorvat_test {
 
-// A value of `kind` holding a matrix<T> of the given dims filled in storage order.
+// A value holding a matrix<T> of the given dims filled in storage order.
 template <class T>
-zorvat::zo_obj array_value(zorvat::zo_type kind, std::vector<long> dims, std::initializer_list<T> elems) {
+zorvat::zo_obj arr(std::vector<long> dims, std::initializer_list<T> elems = {}) {
   auto* m = new zorvat::matrix<T>(dims);
   long k = 0;
   for (const T& v : elems) m->data()[k++] = v;  // a fresh array is packed
-  return zorvat::zo_obj(kind, m);
+  return zorvat::zo_obj(zorvat::internal::dense_kind_of<T>(), m);
 }
 
 class display_format_guard : public ::testing::Test {
@@ -27,5 +31,20 @@ class display_format_guard : public ::testing::Test {
   void TearDown() override { zorvat::global::fmt_fl = {0, 256}; }
   static void set_format(unsigned format, bool loose) { zorvat::global::fmt_fl = {format, loose ? 256u : 0u}; }
 };
+
+// One row: obj2str(make(), width) under the format record {format, loose}
+// is exactly `expected`.
+struct layout_case {
+  const char* name;
+  std::function<zorvat::zo_obj()> make;
+  long width;
+  unsigned format;
+  bool loose;
+  std::string expected;
+};
+inline std::ostream& operator<<(std::ostream& os, const layout_case& c) { return os << c.name; }
+inline std::string case_name(const ::testing::TestParamInfo<layout_case>& i) { return i.param.name; }
+
+class Layout : public display_format_guard, public ::testing::WithParamInterface<layout_case> {};
 
 }  // namespace zorvat_test

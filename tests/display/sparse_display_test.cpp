@@ -1,8 +1,8 @@
 // Whole texts of obj2str for sparse matrices: one table per display rule.
 #include <complex>
-#include <functional>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "display/display.h"
@@ -10,38 +10,20 @@
 #include "display_test_util.h"
 #include "sparse/sparse_matrix.h"
 
-namespace zorvat {
+namespace zorvat_test {
 namespace {
 
+using namespace zorvat;
 using cd = std::complex<double>;
+const double nan = std::numeric_limits<double>::quiet_NaN();
 
-struct sparse_case {
-  const char* name;
-  std::function<zo_obj()> make;
-  unsigned format;
-  bool loose;
-  std::string expected;
-};
-
-std::ostream& operator<<(std::ostream& os, const sparse_case& c) { return os << c.name; }
-
-class SparseLayout : public zorvat_test::display_format_guard,
-                     public ::testing::WithParamInterface<sparse_case> {};
-
-TEST_P(SparseLayout, PrintsExactText) {
-  const sparse_case& c = GetParam();
-  set_format(c.format, c.loose);
-  EXPECT_EQ(internal::obj2str(c.make(), 80), c.expected);
-}
-
-template <class T>
-zo_type kind_of();
+template <class T> zo_type kind_of();
 template <> zo_type kind_of<double>() { return type_sparse_double; }
 template <> zo_type kind_of<float>() { return type_sparse_single; }
 template <> zo_type kind_of<cd>() { return type_sparse_complex_double; }
 template <> zo_type kind_of<bool>() { return type_sparse_logical; }
 
-// Entries given as {value, row, col} (zero-based).
+// An m x n sparse value with entries given as {value, row, col} (zero-based).
 template <class T>
 std::function<zo_obj()> sp(long m, long n, std::vector<std::tuple<T, long, long>> entries) {
   return [=] {
@@ -51,60 +33,56 @@ std::function<zo_obj()> sp(long m, long n, std::vector<std::tuple<T, long, long>
   };
 }
 
-auto case_name = [](const auto& i) { return std::string(i.param.name); };
+// Made with room for entries (nzmax) but none stored.
+template <class T>
+std::function<zo_obj()> zeros(long m, long n, long nzmax) {
+  return [=] { return zo_obj(kind_of<T>(), new sparse_matrix<T>(m, n, nzmax)); };
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    Shapes, SparseLayout,
-    ::testing::Values(
-        sparse_case{"AllZeroNotice", [] { return zo_obj(type_sparse_double, new sparse_matrix<double>(3, 3, 0)); }, 0,
-                    true, "\n  3x3 sparse double\n\n  (全 0 矩阵)\n\n"},
-        sparse_case{"AllZeroCompact", [] { return zo_obj(type_sparse_logical, new sparse_matrix<bool>(2, 2, 4)); },
-                    0, false, "  2x2 sparse logical\n  (全 0 矩阵)\n"},
-        sparse_case{"NoRowsPrintsNothing", [] { return zo_obj(type_sparse_double, new sparse_matrix<double>(0, 5, 0)); },
-                    0, true, "\n  empty 0x5 sparse double\n\n\n"},
-        sparse_case{"NoRowsCompact", [] { return zo_obj(type_sparse_double, new sparse_matrix<double>(0, 5, 0)); },
-                    0, false, "  empty 0x5 sparse double\n"}),
-    case_name);
+const layout_case shape_cases[] = {
+    {"AllZeroNotice", zeros<double>(3, 3, 0), 80, 0, true, "\n  3x3 sparse double\n\n  (全 0 矩阵)\n\n"},
+    {"AllZeroCompact", zeros<bool>(2, 2, 4), 80, 0, false, "  2x2 sparse logical\n  (全 0 矩阵)\n"},
+    {"NoRowsPrintsNothing", zeros<double>(0, 5, 0), 80, 0, true, "\n  empty 0x5 sparse double\n\n\n"},
+    {"NoRowsCompact", zeros<double>(0, 5, 0), 80, 0, false, "  empty 0x5 sparse double\n"},
+};
+INSTANTIATE_TEST_SUITE_P(SparseShapes, Layout, ::testing::ValuesIn(shape_cases), case_name);
 
-INSTANTIATE_TEST_SUITE_P(
-    IndexWidths, SparseLayout,
-    ::testing::Values(
-        sparse_case{"OneDigit", sp<double>(3, 2, {{1.5, 1, 0}, {-2.25, 2, 1}}), 0, false,
-                    "  3x2 sparse double\n  (2,1)    1.5000\n  (3,2)   -2.2500\n"},
-        sparse_case{"TwoDigitRows", sp<double>(12, 3, {{0.5, 11, 0}, {0.25, 0, 2}}), 0, false,
-                    "  12x3 sparse double\n  (12,1)    0.5000\n  ( 1,3)    0.2500\n"},
-        sparse_case{"ThreeDigitRowsOneDigitColumns", sp<double>(100, 7, {{0.5, 4, 0}, {0.75, 99, 6}}), 0, false,
-                    "  100x7 sparse double\n  (  5,1)    0.5000\n  (100,7)    0.7500\n"},
-        sparse_case{"ThreeDigitColumns", sp<double>(2, 150, {{0.5, 0, 8}, {0.75, 1, 149}}), 0, false,
-                    "  2x150 sparse double\n  (1,  9)    0.5000\n  (2,150)    0.7500\n"}),
-    case_name);
+// "(row,col)" with each index padded to the digits of its largest value.
+const layout_case index_width_cases[] = {
+    {"OneDigit", sp<double>(3, 2, {{1.5, 1, 0}, {-2.25, 2, 1}}), 80, 0, false,
+     "  3x2 sparse double\n  (2,1)    1.5000\n  (3,2)   -2.2500\n"},
+    {"TwoDigitRows", sp<double>(12, 3, {{0.5, 11, 0}, {0.25, 0, 2}}), 80, 0, false,
+     "  12x3 sparse double\n  (12,1)    0.5000\n  ( 1,3)    0.2500\n"},
+    {"ThreeDigitRowsOneDigitColumns", sp<double>(100, 7, {{0.5, 4, 0}, {0.75, 99, 6}}), 80, 0, false,
+     "  100x7 sparse double\n  (  5,1)    0.5000\n  (100,7)    0.7500\n"},
+    {"ThreeDigitColumns", sp<double>(2, 150, {{0.5, 0, 8}, {0.75, 1, 149}}), 80, 0, false,
+     "  2x150 sparse double\n  (1,  9)    0.5000\n  (2,150)    0.7500\n"},
+};
+INSTANTIATE_TEST_SUITE_P(SparseIndexWidths, Layout, ::testing::ValuesIn(index_width_cases), case_name);
 
-const double nan = std::numeric_limits<double>::quiet_NaN();
-
-INSTANTIATE_TEST_SUITE_P(
-    ScaleAndFormats, SparseLayout,
-    ::testing::Values(
-        sparse_case{"ScaleLine", sp<double>(2, 1, {{1500.0, 0, 0}, {2.0, 1, 0}}), 0, true,
-                    "\n  2x1 sparse double\n\n  1.0e+03 *\n\n  (1,1)    1.5000\n  (2,1)    0.0020\n\n"},
-        sparse_case{"ScaleLineLongFormat", sp<double>(2, 1, {{25000.0, 0, 0}, {2.5, 1, 0}}), 1, false,
-                    "  2x1 sparse double\n  1.0e+04 *\n  (1,1)   2.500000000000000\n  (2,1)   0.000250000000000\n"},
-        sparse_case{"BelowThousandNoScale", sp<double>(2, 1, {{999.0, 0, 0}, {0.5, 1, 0}}), 0, false,
-                    "  2x1 sparse double\n  (1,1)  999.0000\n  (2,1)    0.5000\n"},
-        sparse_case{"ComplexBarIsThousandToo", sp<cd>(2, 1, {{cd(150, 1), 0, 0}, {cd(1, -2), 1, 0}}), 0, false,
-                    "  2x1 sparse complex double\n  (1,1) 150.0000 + 1.0000i\n  (2,1)   1.0000 - 2.0000i\n"},
-        sparse_case{"ScalarNeverScaled", sp<double>(1, 1, {{1500.0, 0, 0}}), 0, false,
-                    "  1x1 sparse double\n  (1,1)  1.5000e+03\n"},
-        sparse_case{"ExponentFormatNoScale", sp<double>(2, 1, {{1500.0, 0, 0}, {2.0, 1, 0}}), 2, false,
-                    "  2x1 sparse double\n  (1,1)   1.5000e+03\n  (2,1)   2.0000e+00\n"},
-        sparse_case{"NaNStaysLowerCase", sp<double>(2, 1, {{nan, 0, 0}, {1.0, 1, 0}}), 0, false,
-                    "  2x1 sparse double\n  (1,1)       nan\n  (2,1)    1.0000\n"},
-        sparse_case{"Signs", sp<double>(3, 1, {{3.0, 0, 0}, {-1.0, 1, 0}, {1.0, 2, 0}, {-1.0, 2, 0}}), 9, false,
-                    "  3x1 sparse double\n  (1,1)+\n  (2,1)-\n  (3,1) \n"},
-        sparse_case{"UnsupportedFormatNotice", sp<double>(2, 1, {{1.0, 0, 0}}), 5, true,
-                    "\n  2x1 sparse double\n\n    (该类型变量暂不支持的以该格式输出)\n\n"},
-        sparse_case{"Single", sp<float>(2, 2, {{0.5f, 1, 1}}), 0, false, "  2x2 sparse single\n  (2,2)    0.5000\n"},
-        sparse_case{"Logical", sp<bool>(2, 2, {{true, 0, 1}}), 5, false, "  2x2 sparse logical\n  (1,2)   1\n"}),
-    case_name);
+const layout_case scale_and_format_cases[] = {
+    {"ScaleLine", sp<double>(2, 1, {{1500.0, 0, 0}, {2.0, 1, 0}}), 80, 0, true,
+     "\n  2x1 sparse double\n\n  1.0e+03 *\n\n  (1,1)    1.5000\n  (2,1)    0.0020\n\n"},
+    {"ScaleLineLongFormat", sp<double>(2, 1, {{25000.0, 0, 0}, {2.5, 1, 0}}), 80, 1, false,
+     "  2x1 sparse double\n  1.0e+04 *\n  (1,1)   2.500000000000000\n  (2,1)   0.000250000000000\n"},
+    {"BelowThousandNoScale", sp<double>(2, 1, {{999.0, 0, 0}, {0.5, 1, 0}}), 80, 0, false,
+     "  2x1 sparse double\n  (1,1)  999.0000\n  (2,1)    0.5000\n"},
+    {"ComplexBarIsThousandToo", sp<cd>(2, 1, {{cd(150, 1), 0, 0}, {cd(1, -2), 1, 0}}), 80, 0, false,
+     "  2x1 sparse complex double\n  (1,1) 150.0000 + 1.0000i\n  (2,1)   1.0000 - 2.0000i\n"},
+    {"ScalarNeverScaled", sp<double>(1, 1, {{1500.0, 0, 0}}), 80, 0, false,
+     "  1x1 sparse double\n  (1,1)  1.5000e+03\n"},
+    {"ExponentFormatNoScale", sp<double>(2, 1, {{1500.0, 0, 0}, {2.0, 1, 0}}), 80, 2, false,
+     "  2x1 sparse double\n  (1,1)   1.5000e+03\n  (2,1)   2.0000e+00\n"},
+    {"NaNStaysLowerCase", sp<double>(2, 1, {{nan, 0, 0}, {1.0, 1, 0}}), 80, 0, false,
+     "  2x1 sparse double\n  (1,1)       nan\n  (2,1)    1.0000\n"},
+    {"Signs", sp<double>(3, 1, {{3.0, 0, 0}, {-1.0, 1, 0}, {1.0, 2, 0}, {-1.0, 2, 0}}), 80, 9, false,
+     "  3x1 sparse double\n  (1,1)+\n  (2,1)-\n  (3,1) \n"},
+    {"UnsupportedFormatNotice", sp<double>(2, 1, {{1.0, 0, 0}}), 80, 5, true,
+     "\n  2x1 sparse double\n\n    (该类型变量暂不支持的以该格式输出)\n\n"},
+    {"Single", sp<float>(2, 2, {{0.5f, 1, 1}}), 80, 0, false, "  2x2 sparse single\n  (2,2)    0.5000\n"},
+    {"Logical", sp<bool>(2, 2, {{true, 0, 1}}), 80, 5, false, "  2x2 sparse logical\n  (1,2)   1\n"},
+};
+INSTANTIATE_TEST_SUITE_P(SparseScaleAndFormats, Layout, ::testing::ValuesIn(scale_and_format_cases), case_name);
 
 // Room reserved behind a column holds stale values that are not entries.
 TEST(SparseDisplaySlack, OnlyRealEntriesAreShown) {
@@ -130,4 +108,4 @@ TEST(SparseScale, LowerAndUpperBoundsAreExponents) {
 }
 
 }  // namespace
-}  // namespace zorvat
+}  // namespace zorvat_test

@@ -1,44 +1,26 @@
 // Whole texts of obj2str for string arrays, cell arrays, structures, function
 // handles, external objects and kinds without a rendering: one table per rule.
-#include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "display/display.h"
 #include "display/display_string.h"
 #include "display_test_util.h"
+#include "sparse/sparse_matrix.h"
 #include "value/cell_array.h"
 #include "value/structure.h"
 
-namespace zorvat {
+namespace zorvat_test {
 namespace {
 
-using zorvat_test::array_value;
-
-struct text_case {
-  const char* name;
-  std::function<zo_obj()> make;
-  long width;
-  bool loose;
-  std::string expected;
-};
-
-std::ostream& operator<<(std::ostream& os, const text_case& c) { return os << c.name; }
-
-class TextLayout : public zorvat_test::display_format_guard, public ::testing::WithParamInterface<text_case> {};
-
-TEST_P(TextLayout, PrintsExactText) {
-  const text_case& c = GetParam();
-  set_format(0, c.loose);
-  EXPECT_EQ(internal::obj2str(c.make(), c.width), c.expected);
-}
-
-auto case_name = [](const auto& i) { return std::string(i.param.name); };
+using namespace zorvat;
 
 zo_obj strings(std::vector<std::string> v, long m, long n) { return zo_obj(v, m, n); }
-
 std::shared_ptr<zo_obj> chars(const std::string& s) { return std::make_shared<zo_obj>(s.c_str(), type_char); }
+template <class... A>
+std::shared_ptr<zo_obj> item(A&&... a) { return std::make_shared<zo_obj>(std::forward<A>(a)...); }
 
 // A cell of the given shape filled in storage order.
 zo_obj cell_of(long m, long n, std::vector<std::shared_ptr<zo_obj>> items) {
@@ -47,84 +29,49 @@ zo_obj cell_of(long m, long n, std::vector<std::shared_ptr<zo_obj>> items) {
   return zo_obj(type_cell, c);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Strings, TextLayout,
-    ::testing::Values(
-        text_case{"ScalarLoose", [] { return zo_obj("abc"); }, 80, true, "\n  1x1 string\n\n    \"abc\"\n\n"},
-        text_case{"ScalarCompact", [] { return zo_obj("abc"); }, 80, false, "  1x1 string\n    \"abc\"\n"},
-        text_case{"EmptyArrayShowsOnlyHeader", [] { return strings({}, 0, 3); }, 80, false,
-                  "  empty 0x3 string\n"},
-        text_case{"ColumnsPaddedToLongest", [] { return strings({"a", "cc", "bbb", "d"}, 2, 2); }, 80, false,
-                  "  2x2 string\n    \"a \"    \"bbb\"\n    \"cc\"    \"d  \"\n"},
-        text_case{"ControlCharactersEscaped",
-                  [] { return zo_obj(std::string("a\0b\a\b\t\n\v\f\rc\x01", 12)); }, 80, false,
-                  "  1x1 string\n    \"a b\\a\\b\\t\\n\\v\\f\\rc\x01\"\n"},
-        text_case{"InvalidUtf8KeptAsBytes", [] { return zo_obj("\xff\xfe\xc3"); }, 80, false,
-                  "  1x1 string\n    \"\xff\xfe\xc3\"\n"},
-        // Width 20: each column costs its width + 6; columns 1 and 2 fit, 3 starts a page.
-        text_case{"PagesOfSeveralColumns", [] { return strings({"a", "b", "c", "d"}, 1, 4); }, 20, false,
-                  "  1x4 string\n  列 1 -- 2\n    \"a\"    \"b\"\n  列 3 -- 4\n    \"c\"    \"d\"\n"},
-        text_case{"WiderThanConsoleAlone",
-                  [] { return strings({"aaaaaaaaaa", "bb", std::string(24, 'c')}, 1, 3); }, 20, false,
-                  "  1x3 string\n  列 1\n    \"aaaaaaaaaa\"\n  列 2\n    \"bb\"\n  列 3\n    \"" +
-                      std::string(24, 'c') + "\"\n"},
-        text_case{"FirstColumnWiderThanConsole", [] { return strings({std::string(30, 'x'), "y"}, 1, 2); }, 20,
-                  true,
-                  "\n  1x2 string\n\n  列 1\n\n    \"" + std::string(30, 'x') +
-                      "\"\n\n  列 2\n\n    \"y\"\n\n"},
-        text_case{"SlicesOfNdArray",
-                  [] {
-                    auto* m = new matrix<std::string>(std::vector<long>{1, 1, 2});
-                    m->data()[0] = "p";
-                    m->data()[1] = "q";
-                    return zo_obj(type_string, m);
-                  },
-                  80, true, "\n  1x1x2 string\n\n(:,:,1) = \n\n    \"p\"\n\n(:,:,2) = \n\n    \"q\"\n\n"}),
-    case_name);
+const layout_case string_cases[] = {
+    {"ScalarLoose", [] { return zo_obj("abc"); }, 80, 0, true, "\n  1x1 string\n\n    \"abc\"\n\n"},
+    {"ScalarCompact", [] { return zo_obj("abc"); }, 80, 0, false, "  1x1 string\n    \"abc\"\n"},
+    {"EmptyArrayShowsOnlyHeader", [] { return strings({}, 0, 3); }, 80, 0, false, "  empty 0x3 string\n"},
+    {"ColumnsPaddedToLongest", [] { return strings({"a", "cc", "bbb", "d"}, 2, 2); }, 80, 0, false,
+     "  2x2 string\n    \"a \"    \"bbb\"\n    \"cc\"    \"d  \"\n"},
+    {"ControlCharactersEscaped", [] { return zo_obj(std::string("a\0b\a\b\t\n\v\f\rc\x01", 12)); }, 80, 0, false,
+     "  1x1 string\n    \"a b\\a\\b\\t\\n\\v\\f\\rc\x01\"\n"},
+    {"InvalidUtf8KeptAsBytes", [] { return zo_obj("\xff\xfe\xc3"); }, 80, 0, false,
+     "  1x1 string\n    \"\xff\xfe\xc3\"\n"},
+    // Width 20: each column costs its width + 6; columns 1 and 2 fit, 3 starts a page.
+    {"PagesOfSeveralColumns", [] { return strings({"a", "b", "c", "d"}, 1, 4); }, 20, 0, false,
+     "  1x4 string\n  列 1 -- 2\n    \"a\"    \"b\"\n  列 3 -- 4\n    \"c\"    \"d\"\n"},
+    {"WiderThanConsoleAlone", [] { return strings({"aaaaaaaaaa", "bb", std::string(24, 'c')}, 1, 3); }, 20, 0, false,
+     "  1x3 string\n  列 1\n    \"aaaaaaaaaa\"\n  列 2\n    \"bb\"\n  列 3\n    \"" + std::string(24, 'c') + "\"\n"},
+    {"FirstColumnWiderThanConsole", [] { return strings({std::string(30, 'x'), "y"}, 1, 2); }, 20, 0, true,
+     "\n  1x2 string\n\n  列 1\n\n    \"" + std::string(30, 'x') + "\"\n\n  列 2\n\n    \"y\"\n\n"},
+    {"SlicesOfNdArray", [] { return arr<std::string>({1, 1, 2}, {"p", "q"}); }, 80, 0, true,
+     "\n  1x1x2 string\n\n(:,:,1) = \n\n    \"p\"\n\n(:,:,2) = \n\n    \"q\"\n\n"},
+};
+INSTANTIATE_TEST_SUITE_P(Strings, Layout, ::testing::ValuesIn(string_cases), case_name);
 
-INSTANTIATE_TEST_SUITE_P(
-    Cells, TextLayout,
-    ::testing::Values(
-        text_case{"EmptyCellShowsOnlyHeader", [] { return zo_obj(type_cell, new cell_array(0, 2)); }, 80, false,
-                  "  0x2 cell array\n"},
-        // 2 * 80 / 5 = 32 characters survive.
-        text_case{"LongCharRowCutAt2WidthOver5", [] { return cell_of(1, 1, {chars(std::string(200, 'a'))}); }, 80,
-                  false, "  1x1 cell array\n    {'" + std::string(32, 'a') + "...'}\n"},
-        text_case{"NarrowConsoleCutsShorter", [] { return cell_of(1, 1, {std::make_shared<zo_obj>("abcdefghijk")}); },
-                  20, false, "  1x1 cell array\n    {\"abcdefgh...\"}\n"},
-        text_case{"MatrixShowsSizeAndType",
-                  [] { return cell_of(1, 1, {std::make_shared<zo_obj>(array_value<double>(type_double, {3, 3}, {}))}); },
-                  80, false, "  1x1 cell array\n    {3x3 double}\n"},
-        text_case{"RowVectorShowsNumbers",
-                  [] {
-                    return cell_of(1, 1, {std::make_shared<zo_obj>(array_value<int>(type_int32, {1, 3}, {1, 2, 3}))});
-                  },
-                  80, false, "  1x1 cell array\n    {[1 2 3]}\n"},
-        text_case{"EmptySlotAndPadding", [] { return cell_of(2, 2, {chars("ab"), nullptr, nullptr, std::make_shared<zo_obj>(2.5)}); },
-                  80, false, "  2x2 cell array\n    {'ab'}    {        }\n    {    }    {[2.5000]}\n"},
-        text_case{"ControlCharsInCharRowEscaped", [] { return cell_of(1, 1, {chars("x\ty\n")}); }, 80, false,
-                  "  1x1 cell array\n    {'x\\ty\\n'}\n"},
-        text_case{"NestedContainersShowSizeAndType",
-                  [] {
-                    auto inner = std::make_shared<zo_obj>(type_cell, new cell_array(2, 3));
-                    auto st = std::make_shared<zo_obj>(type_struct, new structure(1, 2));
-                    return cell_of(1, 2, {inner, st});
-                  },
-                  80, false, "  1x2 cell array\n    {2x3 cell}    {1x2 struct}\n"}),
-    case_name);
-
-INSTANTIATE_TEST_SUITE_P(
-    Others, TextLayout,
-    ::testing::Values(
-        text_case{"FunctionHandle", [] { return zo_obj(function_handle(fh_anonymous, "@(x) x + 1")); }, 80, true,
-                  "\n  1x1 function_handle\n\n    @(x) x + 1\n\n"},
-        text_case{"FunctionHandleCompactEndsLine", [] { return zo_obj(function_handle(fh_named, "sin")); }, 80, false,
-                  "  1x1 function_handle\n    sin\n"},
-        text_case{"ControlKindPrintsNotice", [] { return zo_obj(controlType{1}); }, 80, false,
-                  "  1x1 control\n  (暂不支持该类数据的输出)\n"},
-        text_case{"BaseExternObjectIsEmpty", [] { return zo_obj(new extern_obj_base); }, 80, true,
-                  "\n  1x1 extern object\n\n\n"}),
-    case_name);
+const layout_case cell_cases[] = {
+    {"EmptyCellShowsOnlyHeader", [] { return zo_obj(type_cell, new cell_array(0, 2)); }, 80, 0, false,
+     "  0x2 cell array\n"},
+    // 2 * 80 / 5 = 32 characters survive.
+    {"LongCharRowCutAt2WidthOver5", [] { return cell_of(1, 1, {chars(std::string(200, 'a'))}); }, 80, 0, false,
+     "  1x1 cell array\n    {'" + std::string(32, 'a') + "...'}\n"},
+    {"NarrowConsoleCutsShorter", [] { return cell_of(1, 1, {item("abcdefghijk")}); }, 20, 0, false,
+     "  1x1 cell array\n    {\"abcdefgh...\"}\n"},
+    {"MatrixShowsSizeAndType", [] { return cell_of(1, 1, {item(arr<double>({3, 3}))}); }, 80, 0, false,
+     "  1x1 cell array\n    {3x3 double}\n"},
+    {"RowVectorShowsNumbers", [] { return cell_of(1, 1, {item(arr<int>({1, 3}, {1, 2, 3}))}); }, 80, 0, false,
+     "  1x1 cell array\n    {[1 2 3]}\n"},
+    {"EmptySlotAndPadding", [] { return cell_of(2, 2, {chars("ab"), nullptr, nullptr, item(2.5)}); }, 80, 0, false,
+     "  2x2 cell array\n    {'ab'}    {        }\n    {    }    {[2.5000]}\n"},
+    {"ControlCharsInCharRowEscaped", [] { return cell_of(1, 1, {chars("x\ty\n")}); }, 80, 0, false,
+     "  1x1 cell array\n    {'x\\ty\\n'}\n"},
+    {"NestedContainersShowSizeAndType",
+     [] { return cell_of(1, 2, {item(type_cell, new cell_array(2, 3)), item(type_struct, new structure(1, 2))}); },
+     80, 0, false, "  1x2 cell array\n    {2x3 cell}    {1x2 struct}\n"},
+};
+INSTANTIATE_TEST_SUITE_P(Cells, Layout, ::testing::ValuesIn(cell_cases), case_name);
 
 class counter : public extern_obj_base {
  public:
@@ -133,46 +80,55 @@ class counter : public extern_obj_base {
   std::string classname() const override { return "counter"; }
 };
 
-TEST(ExternDisplay, WritesTheObjectsOwnText) {
-  EXPECT_EQ(internal::obj2str(zo_obj(new counter), 80), "\n  1x1 counter\n\n    count = 3\n\n");
-}
-
-// Structures: field lines come from structure::to_string, names right-aligned.
-class StructDisplay : public zorvat_test::display_format_guard {};
-
-TEST_F(StructDisplay, ScalarFieldsOfEveryKindAlignOnTheColon) {
-  set_format(0, false);
+// Field lines come from structure::to_string: names right-aligned on the
+// colon, each value as its one-line summary.
+zo_obj struct_of_every_kind() {
   auto* st = new structure;
-  st->set_field("a", std::make_shared<zo_obj>(1.5), false);
+  st->set_field("a", item(1.5), false);
   st->set_field("name", chars("x\ty"), false);
-  st->set_field("c", std::make_shared<zo_obj>(type_cell, new cell_array(1, 1)), false);
-  st->set_field("s", std::make_shared<zo_obj>(type_struct, new structure), false);
-  st->set_field("fh", std::make_shared<zo_obj>(function_handle(fh_named, "sin")), false);
-  st->set_field("str", std::make_shared<zo_obj>("q"), false);
-  st->set_field("v", std::make_shared<zo_obj>(), false);
-  st->set_field("sp", std::make_shared<zo_obj>(type_sparse_double, new sparse_matrix<double>(2, 2, 0)), false);
-  EXPECT_EQ(internal::obj2str(zo_obj(type_struct, st), 80),
-            "  1x1 struct\n"
-            "       a: 1.5000\n"
-            "    name: 'x\ty'\n"
-            "       c: [1x1 cell array]\n"
-            "       s: [1x1 struct]\n"
-            "      fh: [1x1 function_handle]\n"
-            "     str: \"q\"\n"
-            "       v: [1x1 void]\n"
-            "      sp: [2x2 sparse double]\n");
+  st->set_field("r", item(arr<int>({1, 3}, {1, 2, 3})), false);
+  st->set_field("c", item(type_cell, new cell_array(1, 1)), false);
+  st->set_field("s", item(type_struct, new structure), false);
+  st->set_field("fh", item(function_handle(fh_named, "sin")), false);
+  st->set_field("str", item("q"), false);
+  st->set_field("v", item(), false);
+  st->set_field("sp", item(type_sparse_double, new sparse_matrix<double>(2, 2, 0)), false);
+  return zo_obj(type_struct, st);
 }
 
-TEST_F(StructDisplay, ArrayListsFieldNamesAndNoFieldsGivesOneLine) {
-  set_format(0, true);
+zo_obj struct_array_of_fields() {
   auto* arr = new structure(1, 2);
   arr->create_field_table("x");
   arr->create_field_table("long");
-  EXPECT_EQ(internal::obj2str(zo_obj(type_struct, arr), 80),
-            "\n  1x2 struct array\n\n  包含如下字段：\n\n       x\n    long\n\n");
-  EXPECT_EQ(internal::obj2str(zo_obj(type_struct, new structure(3, 1)), 80),
-            "\n  3x1 struct array\n\n  （结构体不含任何字段）\n\n");
+  return zo_obj(type_struct, arr);
 }
+
+const layout_case other_cases[] = {
+    {"FunctionHandle", [] { return zo_obj(function_handle(fh_anonymous, "@(x) x + 1")); }, 80, 0, true,
+     "\n  1x1 function_handle\n\n    @(x) x + 1\n\n"},
+    {"FunctionHandleCompactEndsLine", [] { return zo_obj(function_handle(fh_named, "sin")); }, 80, 0, false,
+     "  1x1 function_handle\n    sin\n"},
+    {"ControlKindPrintsNotice", [] { return zo_obj(controlType{1}); }, 80, 0, false,
+     "  1x1 control\n  (暂不支持该类数据的输出)\n"},
+    {"BaseExternObjectIsEmpty", [] { return zo_obj(new extern_obj_base); }, 80, 0, true, "\n  1x1 extern object\n\n\n"},
+    {"ExternWritesItsOwnText", [] { return zo_obj(new counter); }, 80, 0, true, "\n  1x1 counter\n\n    count = 3\n\n"},
+    {"StructScalarFieldsAlignOnTheColon", struct_of_every_kind, 80, 0, false,
+     "  1x1 struct\n"
+     "       a: 1.5000\n"
+     "    name: 'x\ty'\n"
+     "       r: [1 2 3]\n"
+     "       c: [1x1 cell array]\n"
+     "       s: [1x1 struct]\n"
+     "      fh: [1x1 function_handle]\n"
+     "     str: \"q\"\n"
+     "       v: [1x1 void]\n"
+     "      sp: [2x2 sparse double]\n"},
+    {"StructArrayListsFieldNames", struct_array_of_fields, 80, 0, true,
+     "\n  1x2 struct array\n\n  包含如下字段：\n\n       x\n    long\n\n"},
+    {"StructArrayWithoutFields", [] { return zo_obj(type_struct, new structure(3, 1)); }, 80, 0, true,
+     "\n  3x1 struct array\n\n  （结构体不含任何字段）\n\n"},
+};
+INSTANTIATE_TEST_SUITE_P(Others, Layout, ::testing::ValuesIn(other_cases), case_name);
 
 // A cell that holds itself, and a deep chain of nested cells, print at once:
 // only the outer cell's elements are summarised.
@@ -216,4 +172,4 @@ TEST_F(StringMatLayout, ZeroBracketsAreLeftOutAndSinksAgree) {
 }
 
 }  // namespace
-}  // namespace zorvat
+}  // namespace zorvat_test

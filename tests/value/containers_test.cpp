@@ -68,19 +68,6 @@ TEST(Cell, ToStringWritesOneLinePerRowOfTheFirstPage) {
   EXPECT_EQ(n.to_string(), "  {empty 0x0 double}\n");
 }
 
-TEST(Cell, CopyOnWriteEachDetachesEveryElement) {
-  cell_array a(items{dbl(1), dbl(2)}, false);
-  cell_array b(a);
-  EXPECT_EQ(b(0), a(0));
-  b.copy_on_write_each();
-  for (long i = 0; i < 2; ++i) {
-    EXPECT_NE(b(i), a(i));
-    EXPECT_NE(b(i)->payload(), a(i)->payload());
-  }
-  b(0)->get<matrix<double>>()[0] = 10;
-  EXPECT_EQ(a(0)->as_double(), 1.0);
-}
-
 // ---- structures ---------------------------------------------------------------
 
 TEST(Structure, ShapeQueries) {
@@ -190,33 +177,37 @@ TEST(Structure, FailedResizeLeavesTheStructureAsItWas) {
   expect_invariants(s);
 }
 
-TEST(Structure, CopyOnWriteEachDetachesEveryField) {
-  structure a;
-  a.set_field("x", dbl(1), false);
-  structure b(a);
-  b.copy_on_write_each();
-  b.get_field("x")->get<matrix<double>>()[0] = 5;
-  EXPECT_EQ(a.get_field("x")->as_double(), 1.0);
-}
-
-TEST(Structure, ToStringOfScalarAlignsNames) {
+TEST(Structure, ToStringAlignsNamesAndListsThemForArrays) {
   structure s;
   s.set_field("a", std::make_shared<zo_obj>(array_value<double>(type_double, {2, 2})), false);
   s.set_field("bbbbb", std::make_shared<zo_obj>(type_cell, new cell_array(1, 2)), false);
   EXPECT_EQ(s.to_string(false), "        a: [2x2 double]\n    bbbbb: [1x2 cell array]\n");
-}
-
-TEST(Structure, ToStringOfArrayListsNames) {
-  structure s(1, 2);
-  s.create_field_table("a");
-  s.create_field_table("bbbbb");
+  s.resize(1, 2);
   EXPECT_EQ(s.to_string(true), "  包含如下字段：\n\n        a\n    bbbbb\n");
   EXPECT_EQ(s.to_string(false), "  包含如下字段：\n        a\n    bbbbb\n");
-}
-
-TEST(Structure, ToStringWithoutFieldsIsOneLine) {
   EXPECT_EQ(structure().to_string(true), "  （结构体不含任何字段）\n");
   EXPECT_EQ(structure(0, 3).to_string(false), "  （结构体不含任何字段）\n");
+}
+
+// A copy shares its elements until copy_on_write_each gives it its own.
+TEST(Containers, CopyOnWriteEachDetachesEveryElement) {
+  cell_array a(items{dbl(1), dbl(2)}, false);
+  cell_array b(a);
+  EXPECT_EQ(b(0), a(0));
+  b.copy_on_write_each();
+  for (long i = 0; i < 2; ++i) {
+    EXPECT_NE(b(i), a(i));
+    EXPECT_NE(b(i)->payload(), a(i)->payload());
+  }
+  b(0)->get<matrix<double>>()[0] = 10;
+  EXPECT_EQ(a(0)->as_double(), 1.0);
+
+  structure s;
+  s.set_field("x", dbl(1), false);
+  structure t(s);
+  t.copy_on_write_each();
+  t.get_field("x")->get<matrix<double>>()[0] = 5;
+  EXPECT_EQ(s.get_field("x")->as_double(), 1.0);
 }
 
 // ---- lists and handles ------------------------------------------------------

@@ -76,44 +76,41 @@ TEST_P(AsInt, AcceptsExactlyTheIntegerKinds) {
   check_conversion(GetParam(), [](const zo_obj& v) { return v.as_int(); },
                    "该 zo_obj 对象不是合法的整数类型");
 }
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, AsInt,
-    ::testing::Values(
-        conv_case<long>{"int8", [] { return zo_obj(static_cast<signed char>(-5)); }, true, -5},
-        conv_case<long>{"int16", [] { return zo_obj(static_cast<short>(-300)); }, true, -300},
-        conv_case<long>{"int32", [] { return zo_obj(-70000); }, true, -70000},
-        conv_case<long>{"int64", [] { return zo_obj(-(1L << 62)); }, true, -(1L << 62)},
-        conv_case<long>{"uint8", [] { return zo_obj(static_cast<unsigned char>(200)); }, true, 200},
-        conv_case<long>{"uint32", [] { return zo_obj(4000000000u); }, true, 4000000000L},
-        conv_case<long>{"uint64_above_2_63_bit_for_bit",
-                        [] { return uint64_value(0xFFFFFFFFFFFFFFFEul); }, true, -2},
-        conv_case<long>{"logical_true", [] { return zo_obj(true); }, true, 1},
-        conv_case<long>{"double_3", [] { return zo_obj(3.0); }, true, 3},
-        conv_case<long>{"double_minus_3", [] { return zo_obj(-3.0); }, true, -3},
-        conv_case<long>{"double_3_5", [] { return zo_obj(3.5); }, false, 0},
-        conv_case<long>{"double_minus_half", [] { return zo_obj(-0.5); }, false, 0},
-        conv_case<long>{"double_just_below_2_52", [] { return zo_obj(two52 - 0.5); }, false, 0},
-        conv_case<long>{"double_2_52", [] { return zo_obj(two52); }, true, 4503599627370496L},
-        conv_case<long>{"double_2_52_plus_1", [] { return zo_obj(two52 + 1); }, true, 4503599627370497L},
-        conv_case<long>{"double_minus_2_60", [] { return zo_obj(-std::ldexp(1.0, 60)); }, true,
-                        -(1L << 60)},
-        conv_case<long>{"double_nan", [] { return zo_obj(nan_d); }, false, 0},
-        conv_case<long>{"double_inf", [] { return zo_obj(inf_d); }, false, 0},
-        conv_case<long>{"double_minus_inf", [] { return zo_obj(-inf_d); }, false, 0},
-        conv_case<long>{"single_7", [] { return zo_obj(7.0f); }, true, 7},
-        conv_case<long>{"single_below_2_23_with_half", [] { return zo_obj(8388607.5f); }, false, 0},
-        conv_case<long>{"single_2_24", [] { return zo_obj(16777216.0f); }, true, 16777216},
-        conv_case<long>{"single_nan", [] { return zo_obj(nan_f); }, false, 0},
-        conv_case<long>{"single_inf", [] { return zo_obj(inf_f); }, false, 0},
-        conv_case<long>{"complex", [] { return zo_obj(std::complex<double>(3, 0)); }, false, 0},
-        conv_case<long>{"char", [] { return zo_obj('a'); }, false, 0},
-        conv_case<long>{"string", [] { return zo_obj("1"); }, false, 0},
-        conv_case<long>{"row_of_two", row_of_two, false, 0},
-        conv_case<long>{"empty_double", [] { return zo_obj(type_double, nullptr); }, false, 0},
-        conv_case<long>{"cell", [] { return zo_obj(type_cell, new cell_array(1, 1)); }, false, 0},
-        conv_case<long>{"void", [] { return zo_obj(); }, false, 0},
-        conv_case<long>{"handle", [] { return zo_obj(zo_hdl_t{1}); }, false, 0}),
-    case_name<long>);
+const conv_case<long> as_int_cases[] = {
+    {"int8", [] { return zo_obj(static_cast<signed char>(-5)); }, true, -5},
+    {"int16", [] { return zo_obj(static_cast<short>(-300)); }, true, -300},
+    {"int32", [] { return zo_obj(-70000); }, true, -70000},
+    {"int64", [] { return zo_obj(-(1L << 62)); }, true, -(1L << 62)},
+    {"uint8", [] { return zo_obj(static_cast<unsigned char>(200)); }, true, 200},
+    {"uint32", [] { return zo_obj(4000000000u); }, true, 4000000000L},
+    {"uint64_above_2_63_bit_for_bit", [] { return uint64_value(0xFFFFFFFFFFFFFFFEul); }, true, -2},
+    {"logical_true", [] { return zo_obj(true); }, true, 1},
+    {"double_3", [] { return zo_obj(3.0); }, true, 3},
+    {"double_minus_3", [] { return zo_obj(-3.0); }, true, -3},
+    {"double_3_5", [] { return zo_obj(3.5); }, false, 0},
+    {"double_minus_half", [] { return zo_obj(-0.5); }, false, 0},
+    {"double_just_below_2_52", [] { return zo_obj(two52 - 0.5); }, false, 0},
+    {"double_2_52", [] { return zo_obj(two52); }, true, 4503599627370496L},
+    {"double_2_52_plus_1", [] { return zo_obj(two52 + 1); }, true, 4503599627370497L},
+    {"double_minus_2_60", [] { return zo_obj(-std::ldexp(1.0, 60)); }, true, -(1L << 60)},
+    {"double_nan", [] { return zo_obj(nan_d); }, false, 0},
+    {"double_inf", [] { return zo_obj(inf_d); }, false, 0},
+    {"double_minus_inf", [] { return zo_obj(-inf_d); }, false, 0},
+    {"single_7", [] { return zo_obj(7.0f); }, true, 7},
+    {"single_below_2_23_with_half", [] { return zo_obj(8388607.5f); }, false, 0},
+    {"single_2_24", [] { return zo_obj(16777216.0f); }, true, 16777216},
+    {"single_nan", [] { return zo_obj(nan_f); }, false, 0},
+    {"single_inf", [] { return zo_obj(inf_f); }, false, 0},
+    {"complex", [] { return zo_obj(std::complex<double>(3, 0)); }, false, 0},
+    {"char", [] { return zo_obj('a'); }, false, 0},
+    {"string", [] { return zo_obj("1"); }, false, 0},
+    {"row_of_two", row_of_two, false, 0},
+    {"empty_double", [] { return zo_obj(type_double, nullptr); }, false, 0},
+    {"cell", [] { return zo_obj(type_cell, new cell_array(1, 1)); }, false, 0},
+    {"void", [] { return zo_obj(); }, false, 0},
+    {"handle", [] { return zo_obj(zo_hdl_t{1}); }, false, 0},
+};
+INSTANTIATE_TEST_SUITE_P(Kinds, AsInt, ::testing::ValuesIn(as_int_cases), case_name<long>);
 
 // ---- as_double --------------------------------------------------------------
 
@@ -122,32 +119,26 @@ TEST_P(AsDouble, AcceptsNumericScalarsAndRealComplex) {
   check_conversion(GetParam(), [](const zo_obj& v) { return v.as_double(); },
                    "该 zo_obj 对象不能转化为双精度标量。");
 }
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, AsDouble,
-    ::testing::Values(
-        conv_case<double>{"int8", [] { return zo_obj(static_cast<signed char>(-5)); }, true, -5.0},
-        conv_case<double>{"int64_min", [] { return zo_obj(std::numeric_limits<long>::min()); }, true,
-                          -9223372036854775808.0},
-        conv_case<double>{"uint64_above_2_63", [] { return uint64_value(0x8000000000000800ul); }, true,
-                          9223372036854777856.0},
-        conv_case<double>{"uint64_max", [] { return uint64_value(~0ul); }, true, 18446744073709551616.0},
-        conv_case<double>{"double_nan", [] { return zo_obj(nan_d); }, true, nan_d},
-        conv_case<double>{"double_minus_inf", [] { return zo_obj(-inf_d); }, true, -inf_d},
-        conv_case<double>{"single", [] { return zo_obj(1.5f); }, true, 1.5},
-        conv_case<double>{"complex_real", [] { return zo_obj(std::complex<double>(2, 0)); }, true, 2.0},
-        conv_case<double>{"complex_minus_zero_imag",
-                          [] { return zo_obj(std::complex<double>(2, -0.0)); }, true, 2.0},
-        conv_case<double>{"complex_single_real", [] { return zo_obj(std::complex<float>(1.5f, 0)); },
-                          true, 1.5},
-        conv_case<double>{"complex_imag", [] { return zo_obj(std::complex<double>(2, 1)); }, false, 0},
-        conv_case<double>{"complex_nan_imag", [] { return zo_obj(std::complex<double>(2, nan_d)); },
-                          false, 0},
-        conv_case<double>{"logical", [] { return zo_obj(true); }, false, 0},
-        conv_case<double>{"char", [] { return zo_obj('1'); }, false, 0},
-        conv_case<double>{"string", [] { return zo_obj("1"); }, false, 0},
-        conv_case<double>{"row_of_two", row_of_two, false, 0},
-        conv_case<double>{"struct", [] { return zo_obj(type_struct, new structure()); }, false, 0}),
-    case_name<double>);
+const conv_case<double> as_double_cases[] = {
+    {"int8", [] { return zo_obj(static_cast<signed char>(-5)); }, true, -5.0},
+    {"int64_min", [] { return zo_obj(std::numeric_limits<long>::min()); }, true, -9223372036854775808.0},
+    {"uint64_above_2_63", [] { return uint64_value(0x8000000000000800ul); }, true, 9223372036854777856.0},
+    {"uint64_max", [] { return uint64_value(~0ul); }, true, 18446744073709551616.0},
+    {"double_nan", [] { return zo_obj(nan_d); }, true, nan_d},
+    {"double_minus_inf", [] { return zo_obj(-inf_d); }, true, -inf_d},
+    {"single", [] { return zo_obj(1.5f); }, true, 1.5},
+    {"complex_real", [] { return zo_obj(std::complex<double>(2, 0)); }, true, 2.0},
+    {"complex_minus_zero_imag", [] { return zo_obj(std::complex<double>(2, -0.0)); }, true, 2.0},
+    {"complex_single_real", [] { return zo_obj(std::complex<float>(1.5f, 0)); }, true, 1.5},
+    {"complex_imag", [] { return zo_obj(std::complex<double>(2, 1)); }, false, 0},
+    {"complex_nan_imag", [] { return zo_obj(std::complex<double>(2, nan_d)); }, false, 0},
+    {"logical", [] { return zo_obj(true); }, false, 0},
+    {"char", [] { return zo_obj('1'); }, false, 0},
+    {"string", [] { return zo_obj("1"); }, false, 0},
+    {"row_of_two", row_of_two, false, 0},
+    {"struct", [] { return zo_obj(type_struct, new structure()); }, false, 0},
+};
+INSTANTIATE_TEST_SUITE_P(Kinds, AsDouble, ::testing::ValuesIn(as_double_cases), case_name<double>);
 
 // ---- as_bool ----------------------------------------------------------------
 
@@ -156,24 +147,22 @@ TEST_P(AsBool, NonZeroAndNanAreTrue) {
   check_conversion(GetParam(), [](const zo_obj& v) { return v.as_bool(); },
                    "该 zo_obj 对象不能转化为 bool 标量。");
 }
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, AsBool,
-    ::testing::Values(
-        conv_case<bool>{"int8_zero", [] { return zo_obj(static_cast<signed char>(0)); }, true, false},
-        conv_case<bool>{"int32_minus_one", [] { return zo_obj(-1); }, true, true},
-        conv_case<bool>{"uint64_2_63", [] { return uint64_value(1ul << 63); }, true, true},
-        conv_case<bool>{"double_zero", [] { return zo_obj(0.0); }, true, false},
-        conv_case<bool>{"double_minus_zero", [] { return zo_obj(-0.0); }, true, false},
-        conv_case<bool>{"double_half", [] { return zo_obj(0.5); }, true, true},
-        conv_case<bool>{"double_nan", [] { return zo_obj(nan_d); }, true, true},
-        conv_case<bool>{"single_inf", [] { return zo_obj(inf_f); }, true, true},
-        conv_case<bool>{"logical_false", [] { return zo_obj(false); }, true, false},
-        conv_case<bool>{"complex", [] { return zo_obj(std::complex<float>(1, 0)); }, false, false},
-        conv_case<bool>{"char", [] { return zo_obj('a'); }, false, false},
-        conv_case<bool>{"logical_column",
-                        [] { return *zo_obj::make_matrix(2, 1, {true, false}); }, false, false},
-        conv_case<bool>{"string", [] { return zo_obj("true"); }, false, false}),
-    case_name<bool>);
+const conv_case<bool> as_bool_cases[] = {
+    {"int8_zero", [] { return zo_obj(static_cast<signed char>(0)); }, true, false},
+    {"int32_minus_one", [] { return zo_obj(-1); }, true, true},
+    {"uint64_2_63", [] { return uint64_value(1ul << 63); }, true, true},
+    {"double_zero", [] { return zo_obj(0.0); }, true, false},
+    {"double_minus_zero", [] { return zo_obj(-0.0); }, true, false},
+    {"double_half", [] { return zo_obj(0.5); }, true, true},
+    {"double_nan", [] { return zo_obj(nan_d); }, true, true},
+    {"single_inf", [] { return zo_obj(inf_f); }, true, true},
+    {"logical_false", [] { return zo_obj(false); }, true, false},
+    {"complex", [] { return zo_obj(std::complex<float>(1, 0)); }, false, false},
+    {"char", [] { return zo_obj('a'); }, false, false},
+    {"logical_column", [] { return *zo_obj::make_matrix(2, 1, {true, false}); }, false, false},
+    {"string", [] { return zo_obj("true"); }, false, false},
+};
+INSTANTIATE_TEST_SUITE_P(Kinds, AsBool, ::testing::ValuesIn(as_bool_cases), case_name<bool>);
 
 // ---- as_string --------------------------------------------------------------
 
@@ -189,96 +178,86 @@ TEST_P(AsString, AcceptsCharRowsAndScalarStrings) {
   check_conversion(GetParam(), [](const zo_obj& v) { return v.as_string(); },
                    "该 zo_obj 对象不能转化为 string");
 }
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, AsString,
-    ::testing::Values(
-        conv_case<std::string>{"char_row", [] { return zo_obj("abc", type_char); }, true, "abc"},
-        conv_case<std::string>{"char_row_view", strided_char_row, true, "abc"},
-        conv_case<std::string>{"char_0x0", [] { return zo_obj(type_char, nullptr); }, true, ""},
-        conv_case<std::string>{"char_3x0", [] { return array_value<char>(type_char, {3, 0}); }, true, ""},
-        conv_case<std::string>{"char_2x3", [] { return array_value<char>(type_char, {2, 3}); }, false, ""},
-        conv_case<std::string>{"string", [] { return zo_obj("hello"); }, true, "hello"},
-        conv_case<std::string>{"string_1x2",
-                               [] { return zo_obj(std::vector<std::string>{"a", "b"}, 1, 2); }, false, ""},
-        conv_case<std::string>{"double", [] { return zo_obj(1.0); }, false, ""},
-        conv_case<std::string>{"cell", [] { return zo_obj(type_cell, new cell_array(1, 1)); }, false, ""}),
-    case_name<std::string>);
+const conv_case<std::string> as_string_cases[] = {
+    {"char_row", [] { return zo_obj("abc", type_char); }, true, "abc"},
+    {"char_row_view", strided_char_row, true, "abc"},
+    {"char_0x0", [] { return zo_obj(type_char, nullptr); }, true, ""},
+    {"char_3x0", [] { return array_value<char>(type_char, {3, 0}); }, true, ""},
+    {"char_2x3", [] { return array_value<char>(type_char, {2, 3}); }, false, ""},
+    {"string", [] { return zo_obj("hello"); }, true, "hello"},
+    {"string_1x2", [] { return zo_obj(std::vector<std::string>{"a", "b"}, 1, 2); }, false, ""},
+    {"double", [] { return zo_obj(1.0); }, false, ""},
+    {"cell", [] { return zo_obj(type_cell, new cell_array(1, 1)); }, false, ""},
+};
+INSTANTIATE_TEST_SUITE_P(Kinds, AsString, ::testing::ValuesIn(as_string_cases), case_name<std::string>);
 
 // ---- as_int_mat -------------------------------------------------------------
 
-TEST(AsIntMat, ConvertsEveryElementKeepingTheDims) {
-  struct row {
-    const char* name;
-    zo_obj value;
-    std::vector<int> expected;
-  } rows[] = {
-      {"int8", *zo_obj::make_matrix<signed char>(1, 2, {1, -2}), {1, -2}},
-      {"int64_truncated", *zo_obj::make_matrix<long>(1, 1, {(1L << 32) + 5}), {5}},
-      {"uint64_max", *zo_obj::make_matrix<unsigned long>(1, 1, {~0ul}), {-1}},
-      {"uint16", *zo_obj::make_matrix<unsigned short>(1, 1, {65535}), {65535}},
-      {"double_2x2", *zo_obj::make_matrix(2, 2, {1.0, -2.0, 3.0, 4.0}), {1, -2, 3, 4}},
-      {"single", *zo_obj::make_matrix(1, 2, {3.0f, -4.0f}), {3, -4}},
-      {"int32_copied", *zo_obj::make_matrix(1, 3, {7, 8, 9}), {7, 8, 9}},
-      {"double_3d", array_value<double>(type_double, {2, 1, 2}), {0, 0, 0, 0}},
-      {"double_empty", zo_obj(type_double, nullptr), {}},
-  };
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.name);
-    zo_obj out = r.value.as_int_mat();
-    ASSERT_EQ(out.type, type_int32);
-    EXPECT_NE(out.payload(), r.value.payload());
-    EXPECT_EQ(out.use_count(), 1);
-    const auto& m = out.get<matrix<int>>();
-    EXPECT_EQ(m.dim_vec(), r.value.array_base()->dim_vec());
-    EXPECT_EQ(std::vector<int>(m.data(), m.data() + m.size()), r.expected);
+// The elements of the int32 copy, after checking that it is a new unshared
+// value of the same dims.
+std::vector<int> int_mat_elements(const zo_obj& v) {
+  const zo_obj out = v.as_int_mat();
+  EXPECT_NE(out.payload(), v.payload());
+  EXPECT_EQ(out.use_count(), 1);
+  if (out.type != type_int32) {
+    ADD_FAILURE() << "kind " << out.type;
+    return {};
   }
+  const auto& m = out.get<matrix<int>>();
+  EXPECT_EQ(m.dim_vec(), v.array_base()->dim_vec());
+  return std::vector<int>(m.data(), m.data() + m.size());
 }
 
-TEST(AsIntMat, RefusesNonIntegersAndOtherKinds) {
-  std::vector<zo_obj> refused = {*zo_obj::make_matrix(1, 2, {1.0, 2.5}),
-                                 *zo_obj::make_matrix(1, 2, {1.0, nan_d}),
-                                 *zo_obj::make_matrix(1, 1, {inf_f}),
-                                 zo_obj(true),
-                                 zo_obj(std::complex<double>(1, 0)),
-                                 zo_obj("12", type_char),
-                                 zo_obj("12"),
-                                 zo_obj(type_cell, new cell_array(1, 1)),
-                                 zo_obj()};
-  for (const auto& v : refused) {
-    SCOPED_TRACE(v.brief_type_str());
-    try {
-      v.as_int_mat();
-      ADD_FAILURE() << "accepted";
-    } catch (const std::invalid_argument& e) {
-      EXPECT_STREQ(e.what(), "该 zo_obj 对象不是合法的整数类型");
-    }
-    EXPECT_EQ(v.use_count(), 1);
-  }
+using ints = std::vector<int>;
+class AsIntMat : public ::testing::TestWithParam<conv_case<ints>> {};
+TEST_P(AsIntMat, ConvertsEveryIntegralElementKeepingTheDims) {
+  check_conversion(GetParam(), int_mat_elements, "该 zo_obj 对象不是合法的整数类型");
 }
+const conv_case<ints> as_int_mat_cases[] = {
+    {"int8", [] { return *zo_obj::make_matrix<signed char>(1, 2, {1, -2}); }, true, {1, -2}},
+    {"int64_truncated", [] { return *zo_obj::make_matrix<long>(1, 1, {(1L << 32) + 5}); }, true, {5}},
+    {"uint64_max", [] { return *zo_obj::make_matrix<unsigned long>(1, 1, {~0ul}); }, true, {-1}},
+    {"uint16", [] { return *zo_obj::make_matrix<unsigned short>(1, 1, {65535}); }, true, {65535}},
+    {"double_2x2", [] { return *zo_obj::make_matrix(2, 2, {1.0, -2.0, 3.0, 4.0}); }, true, {1, -2, 3, 4}},
+    {"single", [] { return *zo_obj::make_matrix(1, 2, {3.0f, -4.0f}); }, true, {3, -4}},
+    {"int32_copied", [] { return *zo_obj::make_matrix(1, 3, {7, 8, 9}); }, true, {7, 8, 9}},
+    {"double_3d", [] { return array_value<double>(type_double, {2, 1, 2}); }, true, {0, 0, 0, 0}},
+    {"double_empty", [] { return zo_obj(type_double, nullptr); }, true, {}},
+    {"double_fraction", [] { return *zo_obj::make_matrix(1, 2, {1.0, 2.5}); }, false, {}},
+    {"double_nan", [] { return *zo_obj::make_matrix(1, 2, {1.0, nan_d}); }, false, {}},
+    {"single_inf", [] { return *zo_obj::make_matrix(1, 1, {inf_f}); }, false, {}},
+    {"logical", [] { return zo_obj(true); }, false, {}},
+    {"complex", [] { return zo_obj(std::complex<double>(1, 0)); }, false, {}},
+    {"char", [] { return zo_obj("12", type_char); }, false, {}},
+    {"string", [] { return zo_obj("12"); }, false, {}},
+    {"cell", [] { return zo_obj(type_cell, new cell_array(1, 1)); }, false, {}},
+    {"void", [] { return zo_obj(); }, false, {}},
+};
+INSTANTIATE_TEST_SUITE_P(Kinds, AsIntMat, ::testing::ValuesIn(as_int_mat_cases), case_name<ints>);
 
 // ---- predicates -------------------------------------------------------------
 
-TEST(Predicates, CharVectorsAreEmptyOrOneRow) {
-  struct row {
-    zo_obj value;
-    bool expected;
-  } rows[] = {{array_value<char>(type_char, {3, 0}), true}, {zo_obj(type_char, nullptr), true},
-              {zo_obj("abcde", type_char), true},           {array_value<char>(type_char, {2, 2}), false},
-              {zo_obj("abc"), false},                       {zo_obj(1.0), false}};
-  for (const auto& r : rows) EXPECT_EQ(r.value.is_char_vector(), r.expected) << r.value.brief_type_str();
-}
-
-TEST(Predicates, CellOfCharVectorsChecksEveryElement) {
+TEST(Predicates, CharVectorsAreEmptyOrOneRowAndCellsOfThemCheckEveryElement) {
+  using zorvat_test::chars;
   using items = std::vector<std::shared_ptr<zo_obj>>;
-  auto matrix2x2 = std::make_shared<zo_obj>(array_value<char>(type_char, {2, 2}));
-  EXPECT_TRUE(zo_obj(type_cell, new cell_array(0, 0)).is_cell_of_char_vector());
-  EXPECT_TRUE(zo_obj(type_cell, new cell_array(items{zorvat_test::chars("ab"), zorvat_test::chars("")}, false))
-                  .is_cell_of_char_vector());
-  EXPECT_FALSE(zo_obj(type_cell, new cell_array(items{zorvat_test::chars("ab"), matrix2x2}, false))
-                   .is_cell_of_char_vector());
-  EXPECT_FALSE(zo_obj(type_cell, new cell_array(items{std::make_shared<zo_obj>("ab")}, false))
-                   .is_cell_of_char_vector());
-  EXPECT_FALSE(zo_obj("ab", type_char).is_cell_of_char_vector());
+  auto cell = [](items v) { return zo_obj(type_cell, new cell_array(v, false)); };
+  const struct {
+    zo_obj value;
+    bool char_vector, cell_of_char_vectors;
+  } rows[] = {{array_value<char>(type_char, {3, 0}), true, false},
+              {zo_obj(type_char, nullptr), true, false},
+              {zo_obj("abcde", type_char), true, false},
+              {array_value<char>(type_char, {2, 2}), false, false},
+              {zo_obj("abc"), false, false},
+              {zo_obj(1.0), false, false},
+              {zo_obj(type_cell, new cell_array(0, 0)), false, true},
+              {cell({chars("ab"), chars("")}), false, true},
+              {cell({chars("ab"), std::make_shared<zo_obj>(array_value<char>(type_char, {2, 2}))}), false, false},
+              {cell({std::make_shared<zo_obj>("ab")}), false, false}};
+  for (const auto& r : rows) {
+    EXPECT_EQ(r.value.is_char_vector(), r.char_vector) << r.value.brief_type_str();
+    EXPECT_EQ(r.value.is_cell_of_char_vector(), r.cell_of_char_vectors) << r.value.brief_type_str();
+  }
 }
 
 }  // namespace

@@ -46,11 +46,16 @@ TYPED_TEST(ScalarConstructor, HoldsOneByOneArrayOfItsKind) {
   EXPECT_EQ(o.use_count(), 1);
 }
 
-TEST(Construct, DefaultIsVoidWithFlagZero) {
+TEST(Construct, DefaultAndMadeVoidsHoldTheirFlag) {
   zo_obj v;
   EXPECT_EQ(v.type, type_void);
-  EXPECT_STREQ(type_str(v.type), "void");
   EXPECT_EQ(v.get<int>(), 0);
+  auto a = zo_obj::make_void(static_cast<zo_void_flag>(3));
+  auto b = zo_obj::make_void(static_cast<zo_void_flag>(4));
+  EXPECT_EQ(a->type, type_void);
+  EXPECT_EQ(a->get<int>(), 3);
+  EXPECT_EQ(b->get<int>(), 4);
+  EXPECT_EQ(a->use_count(), 1);
 }
 
 TEST(Construct, TextKindsFollowTheSecondArgument) {
@@ -142,15 +147,6 @@ TEST(MakeMatrix, OutOfMemoryPropagates) {
   zo_obj v(1.0);
   EXPECT_THROW(v = zo_obj(std::vector<std::string>{}, 1L << 31, 1L << 31), std::bad_alloc);
   EXPECT_EQ(v.as_double(), 1.0);
-}
-
-TEST(MakeVoid, IsFreshAndUnsharedWithItsFlag) {
-  auto a = zo_obj::make_void(static_cast<zo_void_flag>(3));
-  auto b = zo_obj::make_void(static_cast<zo_void_flag>(4));
-  EXPECT_EQ(a->type, type_void);
-  EXPECT_EQ(a->get<int>(), 3);
-  EXPECT_EQ(b->get<int>(), 4);
-  EXPECT_EQ(a->use_count(), 1);
 }
 
 // ---- sharing ----------------------------------------------------------------
@@ -301,32 +297,28 @@ TEST(Reset, KeepsTheSameKindUnlessForced) {
   EXPECT_TRUE(v.get<matrix<double>>().is_empty());
 }
 
-TEST(Reset, GivesEveryKindItsDefaultPayload) {
+// reset gives every kind with a payload type a fresh default (an empty array
+// for arrays); create_from_nullptr fills only the dense and sparse arrays.
+TEST(Reset, GivesEveryKindItsDefaultPayloadAndCreateFromNullptrOnlyArrays) {
   for (int kind = -1; kind <= 33; ++kind) {
-    zo_obj v;
+    zo_obj v, w(1.0);
     v.reset(kind, true);
+    w.create_from_nullptr(kind);
     EXPECT_EQ(v.type, kind);
+    EXPECT_EQ(w.type, kind);
     const bool none = kind <= 0 || kind == 21 || kind == 23 || kind == 24 || kind > 31;
     EXPECT_EQ(v.payload() == nullptr, none) << kind;
     if (const matrix_base* a = v.array_base()) {
       EXPECT_TRUE(a->is_empty()) << kind;
     }
+    const bool filled = (kind >= 1 && kind <= 14) || (kind >= 26 && kind <= 30);
+    EXPECT_EQ(w.payload() != nullptr, filled) << kind;
   }
   zo_obj v;
   v.reset(type_void, true);
   EXPECT_EQ(v.get<int>(), 0);
   v.reset(type_struct, true);
   EXPECT_TRUE(v.get<structure>().is_no_fields());
-}
-
-TEST(CreateFromNullptr, FillsOnlyNumericTextLogicalAndSparseArrays) {
-  for (int kind = 0; kind <= 33; ++kind) {
-    zo_obj v(1.0);
-    v.create_from_nullptr(kind);
-    const bool filled = (kind >= 1 && kind <= 14) || (kind >= 26 && kind <= 30);
-    EXPECT_EQ(v.payload() != nullptr, filled) << kind;
-    EXPECT_EQ(v.type, kind);
-  }
 }
 
 TEST(Destroy, LeavesKindErrorWithoutPayload) {
@@ -339,14 +331,15 @@ TEST(Destroy, LeavesKindErrorWithoutPayload) {
 }
 
 TEST(Shape, RowVectorIsTwoDimensionalWithOneRowAndColumns) {
-  EXPECT_TRUE(array_value<double>(type_double, {1, 3}).is_row_vector());
-  EXPECT_TRUE(zo_obj(2.0).is_row_vector());
-  EXPECT_TRUE(zo_obj(type_sparse_double, new sparse_matrix<double>(1, 4, 0)).is_row_vector());
-  EXPECT_FALSE(array_value<double>(type_double, {1, 0}).is_row_vector());
-  EXPECT_FALSE(array_value<double>(type_double, {1, 3, 1}).is_row_vector());
-  EXPECT_FALSE(array_value<double>(type_double, {2, 3}).is_row_vector());
-  EXPECT_FALSE(zo_obj(type_cell, new cell_array(1, 3)).is_row_vector());
-  EXPECT_FALSE(zo_obj(function_handle()).is_row_vector());
+  const std::pair<zo_obj, bool> rows[] = {{array_value<double>(type_double, {1, 3}), true},
+                                          {zo_obj(2.0), true},
+                                          {zo_obj(type_sparse_double, new sparse_matrix<double>(1, 4, 0)), true},
+                                          {array_value<double>(type_double, {1, 0}), false},
+                                          {array_value<double>(type_double, {1, 3, 1}), false},
+                                          {array_value<double>(type_double, {2, 3}), false},
+                                          {zo_obj(type_cell, new cell_array(1, 3)), false},
+                                          {zo_obj(function_handle()), false}};
+  for (const auto& [v, row] : rows) EXPECT_EQ(v.is_row_vector(), row) << v.brief_type_str();
 }
 
 }  // namespace
