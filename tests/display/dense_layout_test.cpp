@@ -129,7 +129,8 @@ INSTANTIATE_TEST_SUITE_P(Slices, Layout, ::testing::ValuesIn(slice_cases), case_
 const layout_case complex_cases[] = {
     {"ScalarNeverSwitches", [] { return zo_obj(cd(150, 1)); }, 80, 0, false,
      "  1x1 complex double\n 150.0000 + 1.0000i\n"},
-    {"NegativeImaginary", [] { return zo_obj(cd(1, -2)); }, 80, 0, false, "  1x1 complex double\n   1.0000 - 2.0000i\n"},
+    {"NegativeImaginary", [] { return zo_obj(cd(1, -2)); }, 80, 0, false,
+     "  1x1 complex double\n   1.0000 - 2.0000i\n"},
     {"NaNParts", [] { return zo_obj(cd(nan, nan)); }, 80, 0, false, "  1x1 complex double\n      NaN +    NaNi\n"},
     {"SingleLongFixed", [] { return zo_obj(cf(0.5f, 0.25f)); }, 80, 1, false,
      "  1x1 complex single\n  0.5000000 + 0.2500000i\n"},
@@ -199,7 +200,8 @@ TYPED_TEST(IntegerTypes, DecimalAndHexadecimal) {
       {"uint64", "                      0                      7   18446744073709551615",
        "  0000000000000000  0000000000000007  ffffffffffffffff"},
   };
-  const auto& w = want[(lim::is_signed ? 0 : 4) + (sizeof(T) == 1 ? 0 : sizeof(T) == 2 ? 1 : sizeof(T) == 4 ? 2 : 3)];
+  const int width_index = sizeof(T) == 1 ? 0 : sizeof(T) == 2 ? 1 : sizeof(T) == 4 ? 2 : 3;
+  const auto& w = want[(lim::is_signed ? 0 : 4) + width_index];
   const zo_obj v = arr<T>({1, 3}, {lim::min(), T(lim::is_signed ? 0 : 7), lim::max()});
   const std::string header = std::string("  1x3 ") + w.type + "\n";
   this->set_format(0, false);

@@ -39,7 +39,10 @@ struct first_identifiers {
   std::vector<int> cstructs;
   std::string construction_stderr;
 };
-first_identifiers& process_start();
+inline first_identifiers& process_start() {
+  static first_identifiers ids;
+  return ids;
+}
 
 // An external object with a chosen dispatch type.
 class probe : public zorvat::extern_obj_base {
@@ -62,8 +65,14 @@ struct clear_record {
   std::vector<int> ids;
   size_t writes_before;
 };
-std::vector<clear_record>& clear_calls();
-fake_host*& clear_host();
+inline std::vector<clear_record>& clear_calls() {
+  static std::vector<clear_record> calls;
+  return calls;
+}
+inline fake_host*& clear_host() {
+  static fake_host* host = nullptr;
+  return host;
+}
 inline void record_clear(const std::vector<int>& ids) {
   clear_calls().push_back({ids, clear_host() ? clear_host()->count("write_to_cout") : 0});
 }
