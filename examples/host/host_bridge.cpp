@@ -31,12 +31,12 @@ struct variable_record {
   const zo_obj* value;
 };
 
-// The data directory of the installation that this executable belongs to:
-// <prefix>/bin/zorvat-host reads <prefix>/share/zorvat, and the build tree's
-// <build>/examples/zorvat-host reads <build>/share/zorvat, where the build
-// writes the compiled catalogues.  Empty when the executable's path is
-// unknown (the core then finds no catalogue and shows the original texts).
-std::string installed_data_dir() {
+}  // namespace
+
+// The folder above the one that holds this executable: <prefix> for the
+// installed <prefix>/bin/zorvat-host, <build> for <build>/examples/zorvat-host.
+// Empty when the executable's path is unknown.
+std::string installation_dir() {
   char buf[4096];
   const ssize_t n = readlink("/proc/self/exe", buf, sizeof buf);
   if (n <= 0 || n == static_cast<ssize_t>(sizeof buf)) return {};
@@ -46,7 +46,19 @@ std::string installed_data_dir() {
     if (slash == std::string::npos) return {};
     dir.erase(slash);
   }
-  return dir + "/share/zorvat";
+  return dir;
+}
+
+namespace {
+
+// The data directory of the installation that this executable belongs to:
+// <prefix>/share/zorvat when installed, <build>/share/zorvat in the build
+// tree, where the build writes the compiled catalogues.  Empty when the
+// executable's path is unknown (the core then finds no catalogue and shows
+// the original texts).
+std::string installed_data_dir() {
+  const std::string dir = installation_dir();
+  return dir.empty() ? dir : dir + "/share/zorvat";
 }
 
 std::string user_dir(const std::string& option, const char* xdg_var, const char* home_sub) {

@@ -3,6 +3,8 @@
 //   zorvat-host [options] [FILE]        run FILE, or standard input
 //   zorvat-host -e 'x = int8([1 2])'    run the text
 // Options: --plugin-root DIR, --data-dir DIR, --cache-dir DIR, --keep-going.
+// The plugin root is --plugin-root, else ZORVAT_PLUGIN_PATH, else the
+// installation's <prefix>/lib/zorvat (the build tree's <build>/plugin_root).
 // On a terminal the session is interactive (prompt ">> ", errors never end
 // it); a script stops at its first error with status 1; with --keep-going it
 // reports every error and goes on, ending with status 0.
@@ -93,8 +95,19 @@ int main(int argc, char** argv) {
     else if (file.empty()) file = a;
     else return usage(tr("只能给出一个脚本文件"));
   }
+  // Without --plugin-root or ZORVAT_PLUGIN_PATH, the plugins of this
+  // installation (<prefix>/lib/zorvat) or of the build tree (<build>/plugin_root).
+  const char* env_root = std::getenv("ZORVAT_PLUGIN_PATH");
+  if (opts.plugin_root.empty() && (!env_root || !*env_root)) {
+    const std::string base = zorvat_host::installation_dir();
+    for (const char* sub : {"/lib/zorvat", "/plugin_root"})
+      if (!base.empty() && access((base + sub + "/plugins").c_str(), F_OK) == 0) {
+        opts.plugin_root = base + sub;
+        break;
+      }
+  }
   // Unloading takes the plugin root from the environment: keep both in step.
-  if (!opts.plugin_root.empty() && !std::getenv("ZORVAT_PLUGIN_PATH"))
+  if (!opts.plugin_root.empty() && (!env_root || !*env_root))
     setenv("ZORVAT_PLUGIN_PATH", opts.plugin_root.c_str(), 1);
 
   zorvat_host::session s(opts);

@@ -64,6 +64,10 @@ class session {
 // The one session of the process, for the host's query callbacks.
 session*& current_session();
 
+// The folder above the one that holds this executable (<prefix> when
+// installed, the build directory in the build tree); empty if unknown.
+std::string installation_dir();
+
 // Registers the query callbacks of zorvat-host with the core.
 void install_host_bridge();
 

@@ -32,6 +32,19 @@ cmake --build "$tmp/cmake" >/dev/null || fail "building with find_package"
 [ -f "$tmp/cmake/plugin_root/plugins/units/main.so" ] || fail "zorvat_add_plugin: no plugins/units/main.so"
 check_run find_package "$tmp/cmake/tiny_host" "$tmp/cmake/plugin_root"
 
+# The installed English catalogue: the same error in English.
+locale -a 2>/dev/null | grep -Eqx 'en_US\.(utf8|UTF-8)' ||
+  fail "the locale en_US.UTF-8 is not installed; run tools/setup.sh"
+english=$(grep -A1 '^msgid "错误 - 运算符 %s 不支持该类型的输入参数组合"$' "$src/po/en.po" |
+          sed -n 's/^msgstr "\(.*\)"$/\1/p')
+[ -n "$english" ] || fail "po/en.po has no translation of the dispatcher's error"
+# shellcheck disable=SC2059  # the translation is the format
+expected=$(printf "$english" +)
+LANGUAGE=en LC_ALL=en_US.UTF-8 "$tmp/cmake/tiny_host" "$tmp/cmake/plugin_root" "$prefix/share/zorvat" \
+  2>/dev/null | tail -n 1 >"$tmp/en.out" || fail "the host failed in English"
+[ "$(cat "$tmp/en.out")" = "$expected" ] ||
+  fail "English: expected '$expected', got '$(cat "$tmp/en.out")' (installed catalogue not found?)"
+
 # 2. pkg-config.
 export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
 cflags=$(pkg-config --cflags zorvat_core) || fail "pkg-config does not know zorvat_core"
@@ -48,7 +61,8 @@ check_run pkg-config "$tmp/pc/tiny_host" "$tmp/pc/root"
 
 # 3. The installed reference host finds its library and the installed plugin.
 if [ -x "$prefix/bin/zorvat-host" ]; then
-  LC_ALL=C "$prefix/bin/zorvat-host" --plugin-root "$prefix/lib/zorvat" \
+  # Its default plugin root is the installation's <prefix>/lib/zorvat.
+  env -u ZORVAT_PLUGIN_PATH LC_ALL=C "$prefix/bin/zorvat-host" \
     -e "plugin load quaternion" -e "q = quat(1, 2, 3, 4) + quat(1, 0, 0, 0)" >"$tmp/host.out" 2>&1 ||
     { cat "$tmp/host.out"; fail "the installed zorvat-host failed"; }
   grep -q "2 + 2i + 3j + 4k" "$tmp/host.out" || { cat "$tmp/host.out"; fail "the installed quaternion plugin"; }
