@@ -1,174 +1,19 @@
 #include "sparse/sparse_matrix.h"
 
-#if defined(__linux__)
-#include <sys/mman.h>
-#endif
-
 #include <algorithm>
-#include <cstdint>
 #include <limits>
 #include <stdexcept>
 #include <utility>
 
 #include "memory/messages.h"
+#include "sparse/sparse_detail.h"
 
 namespace zorvat {
 namespace {
 
-// How the five element types differ: what counts as zero, how duplicates are
-// summed and how a value is conjugated.  Everything else is the same code.
-template <class T>
-struct sparse_element {
-  // Equality with T's zero: -0.0 is zero, a NaN is not; a complex value is
-  // zero when both parts are.
-  static bool is_zero(const T& v) { return v == T(); }
-  static void add_to(T& acc, const T& v) { acc += v; }
-  static T conj(const T& v) { return v; }
-};
-
-template <>
-struct sparse_element<bool> {
-  static bool is_zero(bool v) { return !v; }
-  // A sum of logical values is their logical or.
-  static void add_to(bool& acc, bool v) { acc = acc || v; }
-  static bool conj(bool v) { return v; }
-};
-
-template <class R>
-struct sparse_element<std::complex<R>> {
-  using T = std::complex<R>;
-  static bool is_zero(const T& v) { return v == T(); }
-  static void add_to(T& acc, const T& v) { acc += v; }
-  static T conj(const T& v) { return std::conj(v); }
-};
-
-long non_negative(long v) { return v < 0 ? 0 : v; }
-
-// Large arrays that are about to be written whole are usually fresh from the
-// system, and taking them a 4 KiB page per fault can cost more than the work
-// itself.  So before writing, ask for transparent huge pages on the array's
-// 2 MiB-aligned interior and fault its pages in with one call.  Both are only
-// hints (the second needs Linux 5.14); the contents do not change, as the
-// array is about to be overwritten anyway.
-void prepare_for_writing(void* p, size_t bytes) {
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-  constexpr uintptr_t huge = uintptr_t{1} << 21;
-  constexpr uintptr_t page = uintptr_t{1} << 12;
-  if (bytes < huge / 4) return;
-  const uintptr_t begin = reinterpret_cast<uintptr_t>(p);
-  const uintptr_t end = begin + bytes;
-  const uintptr_t first = (begin + huge - 1) & ~(huge - 1);
-  const uintptr_t last = end & ~(huge - 1);
-  if (last > first) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
-#ifndef MADV_POPULATE_WRITE
-#define MADV_POPULATE_WRITE 23
-#endif
-  const uintptr_t lo = begin & ~(page - 1);
-  madvise(reinterpret_cast<void*>(lo), end - lo, MADV_POPULATE_WRITE);
-#else
-  (void)p;
-  (void)bytes;
-#endif
-}
-
-// Columns no longer than this are sorted by rank on the stack; longer ones
-// by a stable sort through a buffer.
-constexpr long short_column = 32;
-
-// Sorts the entries of one column by row, stably.  Short columns are sorted
-// by rank on the stack; longer ones through a buffer made once, up front,
-// for the longest column.
-template <class T>
-class column_sorter {
- public:
-  // `nrows` bounds every row index of the columns to sort.
-  column_sorter(long longest, long nrows) : narrow_keys_(nrows <= narrow_rows) {
-    if (longest > short_column) buffer_.reserve(static_cast<size_t>(longest));
-  }
-  // Whether sorted_copy() may be used: every row is below 2^26.
-  bool narrow_keys() const { return narrow_keys_; }
-
-  // Writes the len <= short_column entries sorted by row, stably, to rows and
-  // values.  REQUIRES: narrow_keys().  The rank sort of sort_short on the keys
-  // row * 32 + position, which are distinct and ordered as (row, position):
-  // an entry's rank is the number of smaller keys.  The keys are padded to a
-  // multiple of 8 with the largest value, so the count runs over whole blocks
-  // of 32-bit lanes.
-  static void sorted_copy(const long* ir, const T* pr, long len, long* rows, T* values) {
-    constexpr std::int32_t pad = std::numeric_limits<std::int32_t>::max();
-    alignas(32) std::int32_t keys[short_column];
-    const long blocks = (len + 7) / 8;
-    for (long k = 0; k < len; ++k) keys[k] = static_cast<std::int32_t>(ir[k] * short_column + k);
-    for (long k = len; k < blocks * 8; ++k) keys[k] = pad;
-    for (long k = 0; k < len; ++k) {
-      const std::int32_t key = keys[k];
-      std::int32_t rank = 0;
-      for (long b = 0; b < blocks; ++b)
-        for (long q = 0; q < 8; ++q) rank += keys[8 * b + q] < key;
-      rows[rank] = ir[k];
-      values[rank] = pr[k];
-    }
-  }
-
-  void sort(long* ir, T* pr, long len) {
-    if (std::is_sorted(ir, ir + len)) return;
-    if (len <= short_column) {
-      if (narrow_keys_)
-        sort_short_narrow(ir, pr, len);
-      else
-        sort_short(ir, pr, len);
-      return;
-    }
-    buffer_.clear();
-    for (long k = 0; k < len; ++k) buffer_.emplace_back(ir[k], pr[k]);
-    std::stable_sort(buffer_.begin(), buffer_.end(),
-                     [](const std::pair<long, T>& a, const std::pair<long, T>& b) {
-                       return a.first < b.first;
-                     });
-    for (long k = 0; k < len; ++k) {
-      ir[k] = buffer_[k].first;
-      pr[k] = buffer_[k].second;
-    }
-  }
-
- private:
-  // Rows below this fit a 32-bit key together with a position below 32.
-  static constexpr long narrow_rows = long{1} << 26;
-
-  // Stable rank sort: an entry's place is the number of entries with a
-  // smaller row plus those of the same row before it.  No data-dependent
-  // branches, which matters for the many short random columns of a
-  // coordinate list.
-  void sort_short(long* ir, T* pr, long len) {
-    long rows[short_column];
-    T values[short_column];
-    for (long k = 0; k < len; ++k) {
-      const long r = ir[k];
-      long rank = 0;
-      for (long q = 0; q < k; ++q) rank += ir[q] <= r;
-      for (long q = k + 1; q < len; ++q) rank += ir[q] < r;
-      rows[rank] = r;
-      values[rank] = pr[k];
-    }
-    for (long k = 0; k < len; ++k) {
-      ir[k] = rows[k];
-      pr[k] = values[k];
-    }
-  }
-
-  void sort_short_narrow(long* ir, T* pr, long len) {
-    long rows[short_column];
-    T values[short_column];
-    sorted_copy(ir, pr, len, rows, values);
-    for (long k = 0; k < len; ++k) {
-      ir[k] = rows[k];
-      pr[k] = values[k];
-    }
-  }
-
-  bool narrow_keys_;
-  std::vector<std::pair<long, T>> buffer_;
-};
+using sparse_detail::column_sorter;
+using sparse_detail::non_negative;
+using sparse_detail::sparse_element;
 
 // The two-dimensional shape named by a dims vector: missing extents are 1,
 // extents beyond the second must be 1.
@@ -203,98 +48,7 @@ sparse_matrix<T>::sparse_matrix(long m, long n, long nzmax, const long* ir, cons
   for (long j = 0; j < n; ++j) jce[j] = jc[j + 1];
 }
 
-// The result is exactly that of placing the triplets in list order and then
-// calling compress(false) and reorder(), reached in fewer passes: one pass
-// validates and counts, one places, and one sequential pass over the columns
-// sorts each column by row stably and merges every run of equal rows by the
-// compress rule (leading zeros dropped, the rest summed in list order).  The
-// stable sort keeps the list order within a run, so the sums are the same to
-// the bit, and no row marker is needed.
-template <class T>
-sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m, long n) {
-  initialize(0, 0, 0);
-  long nrows = non_negative(m);
-  long ncols = non_negative(n);
-  // counts[c + 1] = entries of column c, grown when a triplet lies beyond n.
-  index_vector counts;
-  counts.resize(static_cast<size_t>(ncols) + 1, boost::container::default_init);
-  prepare_for_writing(counts.data(), counts.size() * sizeof(long));
-  std::fill(counts.begin(), counts.end(), 0L);
-  for (const triplet<T>& t : triplets) {
-    if (t.row < 0 || t.col < 0)
-      throw std::runtime_error(tr("稀疏矩阵的三元组中行号和列号不能为负数。"));
-    if (t.row >= nrows) nrows = t.row + 1;
-    if (t.col >= ncols) {
-      ncols = t.col + 1;
-      counts.resize(static_cast<size_t>(ncols) + 1);
-    }
-    ++counts[t.col + 1];
-  }
-  const size_t total = triplets.size();
-  jce_->resize(static_cast<size_t>(ncols), boost::container::default_init);
-  ir_->resize(total, boost::container::default_init);
-  pr_->resize(total, boost::container::default_init);
-  prepare_for_writing(ir_->data(), total * sizeof(long));
-  prepare_for_writing(pr_->data(), total * sizeof(T));
-  prepare_for_writing(jce_->data(), static_cast<size_t>(ncols) * sizeof(long));
-  jc_->swap(counts);
-  dims_[0] = nrows;
-  dims_[1] = ncols;
-  refresh_values();
-
-  // Column starts; jce is each column's next free place while filling and
-  // ends up equal to jc[j + 1].
-  long* jc = jc_->data();
-  long* jce = jce_->data();
-  long longest = 0;
-  for (long j = 0; j < ncols; ++j) {
-    longest = std::max(longest, jc[j + 1]);
-    jc[j + 1] += jc[j];
-    jce[j] = jc[j];
-  }
-  long* ir = ir_->data();
-  T* pr = values_;
-  for (const triplet<T>& t : triplets) {
-    const long k = jce[t.col]++;
-    ir[k] = t.row;
-    pr[k] = t.value;
-  }
-
-  // Each column is sorted, then merged from the sorted entries to the front.
-  // A short column is sorted into a copy on the stack and merged from there.
-  column_sorter<T> sorter(longest, nrows);
-  long sorted_rows[short_column];
-  T sorted_values[short_column];
-  long kept = 0;
-  for (long j = 0; j < ncols; ++j) {
-    const long start = kept;
-    const long len = jce[j] - jc[j];
-    const long* from_ir = ir + jc[j];
-    const T* from_pr = pr + jc[j];
-    if (len > 1 && len <= short_column && sorter.narrow_keys()) {
-      column_sorter<T>::sorted_copy(from_ir, from_pr, len, sorted_rows, sorted_values);
-      from_ir = sorted_rows;
-      from_pr = sorted_values;
-    } else {
-      sorter.sort(ir + jc[j], pr + jc[j], len);
-    }
-    long k = 0;
-    while (k < len) {
-      const long r = from_ir[k];
-      while (k < len && from_ir[k] == r && sparse_element<T>::is_zero(from_pr[k])) ++k;
-      if (k == len || from_ir[k] != r) continue;
-      T sum = from_pr[k++];
-      for (; k < len && from_ir[k] == r; ++k) sparse_element<T>::add_to(sum, from_pr[k]);
-      // kept never passes the place being read, so writing here is safe.
-      ir[kept] = r;
-      pr[kept] = sum;
-      ++kept;
-    }
-    jc[j] = start;
-    jce[j] = kept;
-  }
-  jc[ncols] = kept;
-}
+// The constructor from triplets is in sparse_triplets.cpp.
 
 template <class T>
 sparse_matrix<T>::sparse_matrix(const sparse_matrix& other) : matrix_base() {

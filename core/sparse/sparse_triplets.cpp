@@ -1,0 +1,300 @@
+// The construction of sparse_matrix<T> from coordinates.
+//
+// The result is exactly that of placing the triplets column by column in
+// list order and then calling compress(false) and reorder(); it is reached in
+// three passes that keep random memory traffic low, which is what the time
+// of a large construction is made of:
+//
+//  1. count:  check the triplets, find the shape and count the triplets of
+//             each block of 2^s adjacent columns (few counters, in cache);
+//  2. bucket: copy each triplet, in list order, to its block's range of
+//             ir/pr as a key (row << s | column within the block) and its
+//             value.  Each block's range fills sequentially, so this costs
+//             about one stream per block instead of one cache miss per write.
+//  3. finish: block by block (a block holds about block_entries entries, so
+//             its buffer stays in the core's cache), deal the block's entries
+//             to their columns in a buffer, still in list order; then sort
+//             each column by row, stably, and merge each run of equal rows by
+//             the compress rule (leading zeros dropped, the rest summed in
+//             list order), writing the result to the front of ir/pr.
+//
+// The output of a block never reaches past the block's own range, which is
+// in the buffer by then, so later blocks are never overwritten.
+#include "sparse/sparse_matrix.h"
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+
+#include "memory/messages.h"
+#include "sparse/sparse_detail.h"
+
+namespace zorvat {
+namespace {
+
+using sparse_detail::column_sorter;
+using sparse_detail::non_negative;
+using sparse_detail::sparse_element;
+
+// Entries per block of columns aimed at (pass 3 keeps a block's entries in a
+// buffer), and the widest block (its column counters are a buffer too).
+constexpr double block_entries = 8192;
+constexpr int max_block_shift = 14;
+
+// log2 of the block width that gives blocks of about block_entries entries
+// when `entries` triplets spread over `n` columns.
+int block_shift(long entries, long n) {
+  if (entries == 0) return max_block_shift;
+  const double width = block_entries * static_cast<double>(n) / static_cast<double>(entries);
+  int s = 0;
+  while (s < max_block_shift && static_cast<double>(long{2} << s) <= width) ++s;
+  return s;
+}
+
+// Large arrays about to be written whole are usually fresh from the system,
+// and taking them a 4 KiB page per fault costs more than the work itself.
+// So ask for transparent huge pages on them and fault their pages in with
+// one call each; both are hints that change no contents.  Blocks that lie
+// closer than a page apart (as the heap lays out successive allocations) are
+// treated as one range, so huge pages may span their borders.
+struct byte_range {
+  uintptr_t begin, end;
+};
+
+void prepare_for_writing(std::array<byte_range, 4> ranges) {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+#ifndef MADV_POPULATE_WRITE
+#define MADV_POPULATE_WRITE 23  // Linux 5.14; older kernels refuse it
+#endif
+  constexpr uintptr_t page = uintptr_t{1} << 12;
+  constexpr uintptr_t huge = uintptr_t{1} << 21;
+  constexpr uintptr_t worth_it = huge / 4;
+  std::sort(ranges.begin(), ranges.end(),
+            [](const byte_range& a, const byte_range& b) { return a.begin < b.begin; });
+  auto prepare = [&](uintptr_t begin, uintptr_t end) {
+    if (end - begin < worth_it) return;
+    const uintptr_t first = (begin + huge - 1) & ~(huge - 1);
+    const uintptr_t last = end & ~(huge - 1);
+    if (last > first) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+    const uintptr_t lo = begin & ~(page - 1);
+    madvise(reinterpret_cast<void*>(lo), end - lo, MADV_POPULATE_WRITE);
+  };
+  uintptr_t begin = ranges[0].begin, end = ranges[0].end;
+  for (size_t k = 1; k < ranges.size(); ++k) {
+    if (ranges[k].begin == ranges[k].end) continue;
+    if (ranges[k].begin >= end && ranges[k].begin - end < page) {
+      end = ranges[k].end;
+    } else {
+      prepare(begin, end);
+      begin = ranges[k].begin;
+      end = ranges[k].end;
+    }
+  }
+  prepare(begin, end);
+#else
+  (void)ranges;
+#endif
+}
+
+template <class V>
+byte_range bytes_of(V& v) {
+  const auto p = reinterpret_cast<uintptr_t>(v.data());
+  return {p, p + v.size() * sizeof(typename V::value_type)};
+}
+
+// Sorting keys of a column of at most 16 entries: row * 16 + position, which
+// are distinct and ordered as (row, position), padded with the largest key.
+// rank(k) is the number of keys below key k: entry k's place in the stable
+// order.  The keys fit 32 bits for rows below 2^27.
+class short_column_keys {
+ public:
+  static constexpr long max_len = 16;
+  static constexpr long max_rows = long{1} << 27;
+
+  short_column_keys(const long* rows, long len) {
+    for (long k = 0; k < max_len; ++k) keys_[k] = std::numeric_limits<std::int32_t>::max();
+    for (long k = 0; k < len; ++k) keys_[k] = static_cast<std::int32_t>(rows[k] * max_len + k);
+#if defined(__SSE2__)
+    for (int q = 0; q < 4; ++q) lanes_[q] = _mm_load_si128(reinterpret_cast<const __m128i*>(keys_) + q);
+#endif
+  }
+
+  long rank(long k) const {
+#if defined(__SSE2__)
+    // Each comparison is -1 where key k is greater; sum the lanes.
+    const __m128i key = _mm_set1_epi32(keys_[k]);
+    __m128i sum = _mm_add_epi32(
+        _mm_add_epi32(_mm_cmpgt_epi32(key, lanes_[0]), _mm_cmpgt_epi32(key, lanes_[1])),
+        _mm_add_epi32(_mm_cmpgt_epi32(key, lanes_[2]), _mm_cmpgt_epi32(key, lanes_[3])));
+    sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0x4e));
+    sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0xb1));
+    return -_mm_cvtsi128_si32(sum);
+#else
+    long rank = 0;
+    for (long q = 0; q < max_len; ++q) rank += keys_[q] < keys_[k];
+    return rank;
+#endif
+  }
+
+ private:
+  alignas(16) std::int32_t keys_[max_len];
+#if defined(__SSE2__)
+  __m128i lanes_[4];
+#endif
+};
+
+// Writes the len (2..16) entries of a column sorted by row, stably, to
+// rows/values, and tells whether they are final: no zero and no row twice.
+// REQUIRES: every row below short_column_keys::max_rows.
+template <class T>
+bool sort_short_column(const long* ir, const T* pr, long len, long* rows, T* values) {
+  const short_column_keys keys(ir, len);
+  bool zero = false;
+  for (long k = 0; k < len; ++k) {
+    const long r = keys.rank(k);
+    rows[r] = ir[k];
+    values[r] = pr[k];
+    zero |= sparse_element<T>::is_zero(pr[k]);
+  }
+  bool twice = false;
+  for (long k = 1; k < len; ++k) twice |= rows[k] == rows[k - 1];
+  return !zero && !twice;
+}
+
+// Appends a column's entries, sorted by row, to ir/pr at `kept` by the
+// compress rule and returns the new end: zeros before the first non-zero of
+// a row are dropped, everything after it is added to it (so a sum of zero
+// stays).  Writes never pass reads, so the entries may already lie at kept.
+template <class T>
+long merge_column(const long* from_ir, const T* from_pr, long len, long* ir, T* pr, long kept) {
+  long k = 0;
+  while (k < len) {
+    const long r = from_ir[k];
+    while (k < len && from_ir[k] == r && sparse_element<T>::is_zero(from_pr[k])) ++k;
+    if (k == len || from_ir[k] != r) continue;
+    T sum = from_pr[k++];
+    for (; k < len && from_ir[k] == r; ++k) sparse_element<T>::add_to(sum, from_pr[k]);
+    ir[kept] = r;
+    pr[kept] = sum;
+    ++kept;
+  }
+  return kept;
+}
+
+}  // namespace
+
+template <class T>
+sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m, long n) {
+  initialize(0, 0, 0);
+  long nrows = non_negative(m);
+  long ncols = non_negative(n);
+  const long total = static_cast<long>(triplets.size());
+
+  // Pass 1.  starts[b + 1] counts the triplets of block b.
+  int s = block_shift(total, ncols);
+  index_vector starts;
+  starts.resize(static_cast<size_t>(ncols >> s) + 2);
+  for (const triplet<T>& t : triplets) {
+    if (t.row < 0 || t.col < 0)
+      throw std::runtime_error(tr("稀疏矩阵的三元组中行号和列号不能为负数。"));
+    if (t.row >= nrows) nrows = t.row + 1;
+    if (t.col >= ncols) {
+      ncols = t.col + 1;
+      starts.resize(static_cast<size_t>(ncols >> s) + 2);
+    }
+    ++starts[(t.col >> s) + 1];
+  }
+  // A row too large to share a key with the column in its block: blocks of
+  // one column, counted again.
+  if (s > 0 && nrows - 1 > (std::numeric_limits<long>::max() >> s)) {
+    s = 0;
+    starts.assign(static_cast<size_t>(ncols) + 2, 0);
+    for (const triplet<T>& t : triplets) ++starts[t.col + 1];
+  }
+  const long mask = (long{1} << s) - 1;
+  const long nblocks = ncols == 0 ? 0 : ((ncols - 1) >> s) + 1;
+
+  jc_->resize(static_cast<size_t>(ncols) + 1, boost::container::default_init);
+  jce_->resize(static_cast<size_t>(ncols), boost::container::default_init);
+  ir_->resize(static_cast<size_t>(total), boost::container::default_init);
+  pr_->resize(static_cast<size_t>(total), boost::container::default_init);
+  prepare_for_writing({bytes_of(*jc_), bytes_of(*jce_), bytes_of(*ir_), bytes_of(*pr_)});
+  dims_[0] = nrows;
+  dims_[1] = ncols;
+  refresh_values();
+  long* ir = ir_->data();
+  T* pr = values_;
+  long* jc = jc_->data();
+  long* jce = jce_->data();
+
+  // Pass 2.  starts[b] becomes the start of block b's range.
+  long biggest = 0;
+  for (long b = 0; b < nblocks; ++b) {
+    biggest = std::max(biggest, starts[b + 1]);
+    starts[b + 1] += starts[b];
+  }
+  index_vector next(starts.begin(), starts.begin() + nblocks);
+  for (const triplet<T>& t : triplets) {
+    const long k = next[t.col >> s]++;
+    ir[k] = (t.row << s) | (t.col & mask);
+    pr[k] = t.value;
+  }
+
+  // Pass 3.  ends[c] is first the start, then the end of column c of the
+  // block in the buffer.
+  index_vector ends(static_cast<size_t>(mask) + 2, boost::container::default_init);
+  index_vector buffer_rows(static_cast<size_t>(biggest), boost::container::default_init);
+  value_vector buffer_values(static_cast<size_t>(biggest), boost::container::default_init);
+  long* rows = buffer_rows.data();
+  T* values = buffer_values.data();
+  const bool short_keys = nrows <= short_column_keys::max_rows;
+  column_sorter<T> sorter(0, nrows);
+  long kept = 0;
+  for (long b = 0; b < nblocks; ++b) {
+    const long first = b << s;
+    const long width = std::min(ncols - first, mask + 1);
+    const long lo = starts[b], hi = starts[b + 1];
+    std::fill_n(ends.data(), width + 1, 0L);
+    for (long k = lo; k < hi; ++k) ++ends[(ir[k] & mask) + 1];
+    for (long c = 0; c < width; ++c) ends[c + 1] += ends[c];
+    for (long k = lo; k < hi; ++k) {
+      const long p = ends[ir[k] & mask]++;
+      rows[p] = ir[k] >> s;
+      values[p] = pr[k];
+    }
+    long from = 0;
+    for (long c = 0; c < width; ++c) {
+      const long len = ends[c] - from;
+      jc[first + c] = kept;
+      if (short_keys && len > 1 && len <= short_column_keys::max_len) {
+        // Sorted straight to its final place; merged there when needed.
+        if (sort_short_column(rows + from, values + from, len, ir + kept, pr + kept))
+          kept += len;
+        else
+          kept = merge_column(ir + kept, pr + kept, len, ir, pr, kept);
+      } else {
+        sorter.sort(rows + from, values + from, len);
+        kept = merge_column(rows + from, values + from, len, ir, pr, kept);
+      }
+      jce[first + c] = kept;
+      from = ends[c];
+    }
+  }
+  jc[ncols] = kept;
+}
+
+#define ZORVAT_INSTANTIATE_SPARSE_FROM_TRIPLETS(T) \
+  template sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>&, long, long);
+ZORVAT_FOR_EACH_SPARSE_TYPE(ZORVAT_INSTANTIATE_SPARSE_FROM_TRIPLETS)
+#undef ZORVAT_INSTANTIATE_SPARSE_FROM_TRIPLETS
+
+}  // namespace zorvat
