@@ -117,6 +117,32 @@ random_case<T> make_case(std::mt19937& g) {
   return {list, m, n, ref};
 }
 
+// The construction from `list` must equal placing the list column by column
+// and calling compress(false) and reorder() on it, to the bit.
+template <class T>
+void expect_placed_then_compressed(const std::vector<triplet<T>>& list, const sparse_matrix<T>& s) {
+  std::vector<long> jc(s.cols() + 1, 0), ir(list.size());
+  std::deque<T> pr(list.size());
+  for (const auto& t : list) ++jc[t.col + 1];
+  for (long j = 0; j < s.cols(); ++j) jc[j + 1] += jc[j];
+  std::vector<long> next(jc.begin(), jc.end() - 1);
+  for (const auto& t : list) ir[next[t.col]] = t.row, pr[next[t.col]++] = t.value;
+  std::unique_ptr<T[]> values(new T[pr.size() + 1]);  // no packed bool
+  std::copy(pr.begin(), pr.end(), values.get());
+  sparse_matrix<T> slow(s.rows(), s.cols(), ir.size(), ir.data(), jc.data(), values.get());
+  slow.compress(false);
+  slow.reorder();
+  ASSERT_EQ(std::vector<long>(slow.jc(), slow.jc() + s.cols() + 1),
+            std::vector<long>(s.jc(), s.jc() + s.cols() + 1));
+  ASSERT_EQ(std::vector<long>(slow.jce(), slow.jce() + s.cols()),
+            std::vector<long>(s.jce(), s.jce() + s.cols()));
+  ASSERT_EQ(slow.nzmax(), s.nzmax());
+  for (long k = 0; k < s.nnz(); ++k) {
+    ASSERT_EQ(slow.ir()[k], s.ir()[k]) << k;
+    ASSERT_EQ(slow[k], s[k]) << k;
+  }
+}
+
 template <class T>
 class SparseModel : public ::testing::Test {};
 using SparseTypes = ::testing::Types<double, float, std::complex<double>, std::complex<float>, bool>;
@@ -137,26 +163,7 @@ TYPED_TEST(SparseModel, TripletsFollowTheCoordinateRule) {
     for (long j = 0; j < s.cols(); ++j)
       for (long i = 0; i < s.rows(); ++i) ASSERT_EQ(full(i, j), rc.ref.get(i, j));
 
-    // The same as placing the list column by column and calling
-    // compress(false) and reorder() on it.
-    std::vector<long> jc(s.cols() + 1, 0), ir(rc.list.size());
-    std::deque<T> pr(rc.list.size());
-    for (const auto& t : rc.list) ++jc[t.col + 1];
-    for (long j = 0; j < s.cols(); ++j) jc[j + 1] += jc[j];
-    std::vector<long> next(jc.begin(), jc.end() - 1);
-    for (const auto& t : rc.list) ir[next[t.col]] = t.row, pr[next[t.col]++] = t.value;
-    std::unique_ptr<T[]> values(new T[pr.size() + 1]);  // no packed bool
-    std::copy(pr.begin(), pr.end(), values.get());
-    sparse_matrix<T> slow(s.rows(), s.cols(), ir.size(), ir.data(), jc.data(), values.get());
-    slow.compress(false);
-    slow.reorder();
-    ASSERT_EQ(std::vector<long>(slow.jc(), slow.jc() + s.cols() + 1),
-              std::vector<long>(s.jc(), s.jc() + s.cols() + 1));
-    ASSERT_EQ(slow.nzmax(), s.nzmax());
-    for (long k = 0; k < s.nnz(); ++k) {
-      ASSERT_EQ(slow.ir()[k], s.ir()[k]);
-      ASSERT_EQ(slow[k], s[k]);
-    }
+    ASSERT_NO_FATAL_FAILURE(expect_placed_then_compressed(rc.list, s));
 
     const auto back = s.to_triplet();
     ASSERT_EQ(static_cast<long>(back.size()), s.nnz());
@@ -164,14 +171,43 @@ TYPED_TEST(SparseModel, TripletsFollowTheCoordinateRule) {
   }
 }
 
-// Rows from 2^26 on do not fit the 32-bit sort keys of short columns and take
-// the 64-bit path.  Shifting every row keeps the result but for the shift, so
-// a list shifted to just below that bound, and one whose rows straddle it,
-// must give the matrix of the unshifted list.
+// Large lists, which the construction splits into many blocks of columns:
+// short columns with repeated rows and zeros, columns beyond the asked shape,
+// long columns, and many empty columns.
+struct large_case {
+  long count, row_range, col_range, m, n;
+};
+
+TYPED_TEST(SparseModel, LargeTripletListsFollowTheCoordinateRule) {
+  using T = TypeParam;
+  const large_case cases[] = {
+      {60000, 8, 20000, 8, 20000},     // about 3 per column, rows repeat
+      {60000, 100000, 6000, 0, 0},     // every column beyond the asked shape
+      {30000, 40, 600, 40, 600},       // about 50 per column
+      {30000, 1000, 1500, 1000, 1500}, // about 20 per column
+      {5000, 100, 1000, 100, 200000},  // mostly empty columns
+  };
+  std::mt19937 g(5);
+  for (const auto& c : cases) {
+    std::uniform_int_distribution<long> row(0, c.row_range - 1), col(0, c.col_range - 1);
+    std::vector<triplet<T>> list(c.count);
+    for (auto& t : list) t = {random_value<T>(g), col(g), row(g)};
+    sparse_matrix<T> s(list, c.m, c.n);
+    SCOPED_TRACE(c.count);
+    SCOPED_TRACE(c.col_range);
+    ASSERT_NO_FATAL_FAILURE(expect_placed_then_compressed(list, s));
+  }
+}
+
+// Short columns sort on 32-bit keys (row, position) while every row is below
+// 2^27 (2^26 for columns of 17 to 32 entries), and rows share a key with the
+// column while they fit beside it.  Shifting every row keeps the result but
+// for the shift, so lists shifted across each bound must give the matrix of
+// the unshifted list.
 TYPED_TEST(SparseModel, TripletsWithLargeRowsSortTheSame) {
   using T = TypeParam;
   std::mt19937 g(3);
-  for (long shift : {(1L << 26) - 16, (1L << 26) - 8}) {
+  for (long shift : {(1L << 26) - 16, (1L << 26) - 8, (1L << 27) - 16, (1L << 27) - 8, 1L << 60}) {
     for (int c = 0; c < 100; ++c) {
       auto rc = make_case<T>(g);
       sparse_matrix<T> s(rc.list, rc.m, rc.n);
