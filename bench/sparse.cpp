@@ -6,8 +6,13 @@
 //    ratio of CPU times for each heap state, below 1 meaning faster).
 //    The argument is the state of the heap, the same for both, because
 //    first-touch page faults of fresh memory can cost more than the work:
-//      0  the C library's default (whether freed memory goes back to the
-//         system between iterations depends on each one's sizes),
+//      0  the C library's default: freed memory goes back to the system
+//         when the free top of the heap exceeds twice the largest mmapped
+//         block freed so far, so the state depends on the process's history.
+//         Here the Eigen pair's own 16 MB coordinate vector, freed after
+//         each of its runs, lifts that limit to 32 MB and its matrices stay
+//         in warm memory; ours run first, after 8 MB blocks only, and at
+//         17.6 MB get fresh pages every time,
 //      1  fresh memory every time (the heap is trimmed before each build),
 //      2  a warm heap (trimming and mmap switched off; runs last).
 // 2. set_value into a column with reserved room: the time per insertion
