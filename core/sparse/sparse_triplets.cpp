@@ -30,7 +30,6 @@
 #endif
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
@@ -62,53 +61,33 @@ int block_shift(long entries, long n) {
 
 // Large arrays about to be written whole are usually fresh from the system,
 // and taking them a 4 KiB page per fault costs more than the work itself.
-// So ask for transparent huge pages on them and fault their pages in with
-// one call each; both are hints that change no contents.  Blocks that lie
-// closer than a page apart (as the heap lays out successive allocations) are
-// treated as one range, so huge pages may span their borders.
-struct byte_range {
-  uintptr_t begin, end;
-};
-
-void prepare_for_writing(std::array<byte_range, 4> ranges) {
+// So before writing, ask for transparent huge pages on the array's 2 MiB-
+// aligned interior and fault its pages in with one call.  Both are only
+// hints (the second needs Linux 5.14) that change no contents.
+void prepare_for_writing(void* p, size_t bytes) {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
 #ifndef MADV_POPULATE_WRITE
-#define MADV_POPULATE_WRITE 23  // Linux 5.14; older kernels refuse it
+#define MADV_POPULATE_WRITE 23
 #endif
   constexpr uintptr_t page = uintptr_t{1} << 12;
   constexpr uintptr_t huge = uintptr_t{1} << 21;
-  constexpr uintptr_t worth_it = huge / 4;
-  std::sort(ranges.begin(), ranges.end(),
-            [](const byte_range& a, const byte_range& b) { return a.begin < b.begin; });
-  auto prepare = [&](uintptr_t begin, uintptr_t end) {
-    if (end - begin < worth_it) return;
-    const uintptr_t first = (begin + huge - 1) & ~(huge - 1);
-    const uintptr_t last = end & ~(huge - 1);
-    if (last > first) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
-    const uintptr_t lo = begin & ~(page - 1);
-    madvise(reinterpret_cast<void*>(lo), end - lo, MADV_POPULATE_WRITE);
-  };
-  uintptr_t begin = ranges[0].begin, end = ranges[0].end;
-  for (size_t k = 1; k < ranges.size(); ++k) {
-    if (ranges[k].begin == ranges[k].end) continue;
-    if (ranges[k].begin >= end && ranges[k].begin - end < page) {
-      end = ranges[k].end;
-    } else {
-      prepare(begin, end);
-      begin = ranges[k].begin;
-      end = ranges[k].end;
-    }
-  }
-  prepare(begin, end);
+  if (bytes < huge / 4) return;
+  const uintptr_t begin = reinterpret_cast<uintptr_t>(p);
+  const uintptr_t end = begin + bytes;
+  const uintptr_t first = (begin + huge - 1) & ~(huge - 1);
+  const uintptr_t last = end & ~(huge - 1);
+  if (last > first) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+  const uintptr_t lo = begin & ~(page - 1);
+  madvise(reinterpret_cast<void*>(lo), end - lo, MADV_POPULATE_WRITE);
 #else
-  (void)ranges;
+  (void)p;
+  (void)bytes;
 #endif
 }
 
 template <class V>
-byte_range bytes_of(V& v) {
-  const auto p = reinterpret_cast<uintptr_t>(v.data());
-  return {p, p + v.size() * sizeof(typename V::value_type)};
+void prepare_for_writing(V& v) {
+  prepare_for_writing(v.data(), v.size() * sizeof(typename V::value_type));
 }
 
 // Sorting keys of a column of at most 16 entries: row * 16 + position, which
@@ -227,7 +206,10 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   jce_->resize(static_cast<size_t>(ncols), boost::container::default_init);
   ir_->resize(static_cast<size_t>(total), boost::container::default_init);
   pr_->resize(static_cast<size_t>(total), boost::container::default_init);
-  prepare_for_writing({bytes_of(*jc_), bytes_of(*jce_), bytes_of(*ir_), bytes_of(*pr_)});
+  prepare_for_writing(*jc_);
+  prepare_for_writing(*jce_);
+  prepare_for_writing(*ir_);
+  prepare_for_writing(*pr_);
   dims_[0] = nrows;
   dims_[1] = ncols;
   refresh_values();
