@@ -178,7 +178,8 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   long ncols = non_negative(n);
   const long total = static_cast<long>(triplets.size());
 
-  // Pass 1.  starts[b + 1] counts the triplets of block b.
+  // Pass 1.  starts[b + 1] counts the triplets of block b, for blocks sized
+  // to the asked shape.
   int s = block_shift(total, ncols);
   index_vector starts;
   starts.resize(static_cast<size_t>(ncols >> s) + 2);
@@ -191,6 +192,19 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
       starts.resize(static_cast<size_t>(ncols >> s) + 2);
     }
     ++starts[(t.col >> s) + 1];
+  }
+  // Columns beyond the asked shape call for wider blocks: each one's count
+  // is the sum of those of the narrow blocks it covers.  A narrow block's
+  // count is moved before any other is added to its place.
+  if (const int wide = block_shift(total, ncols); wide > s) {
+    const long narrow_blocks = ncols == 0 ? 0 : ((ncols - 1) >> s) + 1;
+    for (long b = 0; b < narrow_blocks; ++b) {
+      const long count = starts[b + 1];
+      starts[b + 1] = 0;
+      starts[(b >> (wide - s)) + 1] += count;
+    }
+    s = wide;
+    starts.resize(static_cast<size_t>(ncols >> s) + 2);
   }
   // A row too large to share a key with the column in its block: blocks of
   // one column, counted again.
