@@ -181,18 +181,20 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   // Pass 1.  starts[b + 1] counts the triplets of block b, for blocks sized
   // to the asked shape.
   int s = block_shift(total, ncols);
+  long highest_row = -1;  // the sort keys depend on the rows present
   index_vector starts;
   starts.resize(static_cast<size_t>(ncols >> s) + 2);
   for (const triplet<T>& t : triplets) {
     if (t.row < 0 || t.col < 0)
       throw std::runtime_error(tr("稀疏矩阵的三元组中行号和列号不能为负数。"));
-    if (t.row >= nrows) nrows = t.row + 1;
+    highest_row = std::max(highest_row, t.row);
     if (t.col >= ncols) {
       ncols = t.col + 1;
       starts.resize(static_cast<size_t>(ncols >> s) + 2);
     }
     ++starts[(t.col >> s) + 1];
   }
+  nrows = std::max(nrows, highest_row + 1);
   // Columns beyond the asked shape call for wider blocks: each one's count
   // is the sum of those of the narrow blocks it covers.  A narrow block's
   // count is moved before any other is added to its place.
@@ -208,7 +210,7 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   }
   // A row too large to share a key with the column in its block: blocks of
   // one column, counted again.
-  if (s > 0 && nrows - 1 > (std::numeric_limits<long>::max() >> s)) {
+  if (s > 0 && highest_row > (std::numeric_limits<long>::max() >> s)) {
     s = 0;
     starts.assign(static_cast<size_t>(ncols) + 2, 0);
     for (const triplet<T>& t : triplets) ++starts[t.col + 1];
@@ -252,8 +254,8 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   value_vector buffer_values(static_cast<size_t>(biggest), boost::container::default_init);
   long* rows = buffer_rows.data();
   T* values = buffer_values.data();
-  const bool short_keys = nrows <= short_column_keys::max_rows;
-  column_sorter<T> sorter(0, nrows);
+  const bool short_keys = highest_row < short_column_keys::max_rows;
+  column_sorter<T> sorter(0, highest_row + 1);
   long kept = 0;
   for (long b = 0; b < nblocks; ++b) {
     const long first = b << s;
