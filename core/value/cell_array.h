@@ -89,7 +89,8 @@ class cell_array : public container_base {
   std::string to_string() const;
 
   // Short kind name of an element for the cell display: "double" also for
-  // complex double, "unknown" for sparse kinds, 0, 20, 23, 24, 31 and null.
+  // complex double, "unknown" for sparse kinds, 0, 20, 23, 24 and 31.  A
+  // null element reads as the empty double it stands for: "double".
   static const char* type_str_cell(std::shared_ptr<zo_obj const> obj);
   // "RxC", "RxCxP" or "N-D" of an element (non-array kinds are 1x1).
   static std::string size_str_cell(std::shared_ptr<zo_obj const> obj);
