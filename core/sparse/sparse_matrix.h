@@ -74,6 +74,9 @@ class sparse_matrix : public matrix_base {
   // drops zeros and merges duplicates (a zero before a non-zero of the same
   // place is dropped; duplicates summing to zero stay as a stored zero) and
   // reorder() sorts each column.  nzmax() is the number of triplets.
+  // Besides the result it needs a buffer for one block of adjacent columns
+  // (about 8,000 entries for a list spread over the columns, up to the
+  // whole list when it falls into a few columns).
   // Throws std::runtime_error for a negative row or column.
   sparse_matrix(const std::vector<triplet<T>>& triplets, long m, long n);
   // Deep copies (cpy_impl): the two matrices never share vectors.
