@@ -35,9 +35,11 @@ check_run find_package "$tmp/cmake/tiny_host" "$tmp/cmake/plugin_root"
 # The installed English catalogue: the same error in English.
 locale -a 2>/dev/null | grep -Eqx 'en_US\.(utf8|UTF-8)' ||
   fail "the locale en_US.UTF-8 is not installed; run tools/setup.sh"
-english=$(grep -A1 '^msgid "错误 - 运算符 %s 不支持该类型的输入参数组合"$' "$src/po/en.po" |
-          sed -n 's/^msgstr "\(.*\)"$/\1/p')
-[ -n "$english" ] || fail "po/en.po has no translation of the dispatcher's error"
+msgid='错误 - 运算符 %s 不支持该类型的输入参数组合'
+english=$(LANGUAGE=en LC_ALL=en_US.UTF-8 TEXTDOMAINDIR="$prefix/share/zorvat/locale" \
+          gettext -d zorvat_core "$msgid")
+[ -n "$english" ] && [ "$english" != "$msgid" ] ||
+  fail "the installed catalogue has no English text of the dispatcher's error"
 # shellcheck disable=SC2059  # the translation is the format
 expected=$(printf "$english" +)
 LANGUAGE=en LC_ALL=en_US.UTF-8 "$tmp/cmake/tiny_host" "$tmp/cmake/plugin_root" "$prefix/share/zorvat" \
