@@ -23,6 +23,8 @@ install(TARGETS zorvat_core EXPORT zorvat_coreTargets
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/core/
         DESTINATION ${ZORVAT_INSTALL_INCLUDEDIR}
         FILES_MATCHING PATTERN "*.h")
+install(FILES ${PROJECT_BINARY_DIR}/generated/zorvat_version.h
+        DESTINATION ${ZORVAT_INSTALL_INCLUDEDIR})
 install(EXPORT zorvat_coreTargets NAMESPACE zorvat::
         DESTINATION ${ZORVAT_INSTALL_CMAKEDIR})
 

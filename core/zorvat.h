@@ -11,7 +11,11 @@
 //   std::cout << m;
 #pragma once
 
+// The version.
+#include "zorvat_version.h"
+
 // Memory and text utilities.
+#include "memory/zo_assert.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
 #include "memory/type_lists.h"
