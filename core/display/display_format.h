@@ -34,6 +34,21 @@ class zo_obj;
 
 namespace global {
 
+// The codes of fmt_flag::format.  Codes 4..7 have no rendering, and format_hex
+// none for the floating types.
+enum format_code : std::uint32_t {
+  format_short = 0,    // short fixed point, 5 significant digits
+  format_long = 1,     // long fixed point, 15 significant digits
+  format_short_e = 2,  // short exponent form
+  format_long_e = 3,   // long exponent form
+  format_hex = 8,      // hexadecimal integers
+  format_sign = 9,     // '+', '-' or blank per element
+};
+
+// The values of fmt_flag::spacing: loose spacing puts blank lines around
+// headers and pages; any value other than spacing_loose is compact.
+enum spacing_word : std::uint32_t { spacing_compact = 0, spacing_loose = 256 };
+
 // The display format record: two 32-bit words, in this order.
 struct fmt_flag {
   std::uint32_t format;
@@ -55,7 +70,7 @@ struct is_complex<std::complex<T>> : std::true_type {};
 
 
 // The spacing word value that selects loose spacing.
-inline constexpr std::uint32_t loose_spacing_word = 256;
+inline constexpr std::uint32_t loose_spacing_word = global::spacing_loose;
 inline bool loose_spacing() { return global::fmt_fl.spacing == loose_spacing_word; }
 
 // How the elements of one array are printed.
