@@ -29,7 +29,7 @@
 namespace zorvat {
 
 // Returns a block of `size` bytes aligned to `align`, or null when the heap
-// refuses; never throws.  An `align` of 0 counts as 1, one above 255 as 255.
+// refuses or `size` plus the alignment does not fit 64 bits; never throws.  An `align` of 0 counts as 1, one above 255 as 255.
 void* zo_malloc(unsigned long size, unsigned long align);
 // Releases a block of zo_malloc; null is ignored.
 void zo_free(void* p);

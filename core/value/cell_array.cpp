@@ -31,9 +31,8 @@ cell_array::cell_array(const std::vector<std::shared_ptr<zo_obj>>& items, bool d
     : data_(1, static_cast<long>(items.size())) {
   for (size_t i = 0; i < items.size(); ++i) {
     const auto& item = items[i];
-    data_[static_cast<long>(i)] = !item  ? internal::make_empty_element()
-                                  : deep ? std::make_shared<zo_obj>(*item)
-                                         : item;
+    // A null item stays null (deep or not: there is nothing to copy).
+    if (item) data_[static_cast<long>(i)] = deep ? std::make_shared<zo_obj>(*item) : item;
   }
 }
 
@@ -73,7 +72,13 @@ void cell_array::move_impl(cell_array&& src) noexcept {
 }
 
 void cell_array::copy_on_write_each() {
-  internal::for_each_element(data_, internal::detach_element);
+  std::vector<zo_obj*> work;
+  detach_elements(work);
+  internal::copy_on_write_work(work);
+}
+
+void cell_array::detach_elements(std::vector<zo_obj*>& work) {
+  internal::for_each_element(data_, [&work](auto& e) { internal::detach_element(e, work); });
 }
 
 std::vector<std::shared_ptr<zo_obj>> cell_array::as_std_vector() const {

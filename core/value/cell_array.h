@@ -36,7 +36,8 @@ class cell_array : public container_base {
   explicit cell_array(const std::vector<long>& dims);
   // A 1 x n row of the items.  deep false: the element pointers are shared
   // with the vector; deep true: every element is a new value object copied
-  // from the item (payloads stay shared until written).
+  // from the item (payloads stay shared until written).  Element i is item i
+  // either way; a null item stays null.
   cell_array(const std::vector<std::shared_ptr<zo_obj>>& items, bool deep);
   // A 1 x n row of the items (the value objects are shared; a null item
   // becomes a fresh empty value).
@@ -78,6 +79,7 @@ class cell_array : public container_base {
   // called on it.  After this, writing into an element's payload never shows
   // in the value that the cell was copied from.
   void copy_on_write_each() override;
+  void detach_elements(std::vector<zo_obj*>& work) override;
 
   // The elements in linear (column-major) order.
   std::vector<std::shared_ptr<zo_obj>> as_std_vector() const;

@@ -10,6 +10,8 @@
 
 namespace zorvat {
 
+class zo_obj;
+
 class container_base {
  public:
   virtual long rows() const = 0;
@@ -21,6 +23,11 @@ class container_base {
   virtual long dim(long k) const = 0;
   virtual const std::vector<long>& dim_vec() const = 0;
   virtual void copy_on_write_each() = 0;
+  // The first step of copy_on_write_each() without its recursion: every
+  // element value object shared with someone else is replaced by a copy of
+  // it, and every non-null element is appended to `work` for its own
+  // copy_on_write(true).
+  virtual void detach_elements(std::vector<zo_obj*>& work) = 0;
   virtual ~container_base() = default;
 
  protected:

@@ -1,8 +1,7 @@
 // kind_table.h: what each value kind holds and how its payload is made,
 // copied and adopted, written once for the library's own sources.
 //
-// ZORVAT_FOR_EACH_KIND lists every kind with a payload type:
-//   X(kind, payload type, dense element type or void, filled by create_from_nullptr)
+// ZORVAT_FOR_EACH_KIND (kind_list.h) lists every kind with a payload type.
 // visit_kind() turns a runtime kind into a kind_tag<P, ...> (P = void for
 // kinds without a payload), and kind_ops<P> says how the payload of P is made
 // by reset(), copied by copy_on_write() and adopted from a raw pointer.  Only
@@ -18,6 +17,7 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "matrix/matrix.h"
 #include "sparse/sparse_matrix.h"
@@ -25,49 +25,19 @@
 #include "value/container_base.h"
 #include "value/extern_obj_base.h"
 #include "value/function_handle.h"
+#include "value/kind_list.h"
 #include "value/records.h"
 #include "value/structure.h"
 #include "value/variable_list.h"
 #include "value/zo_obj.h"
 #include "value/zo_type.h"
 
-#define ZORVAT_FOR_EACH_KIND(X)                                                                   \
-  X(::zorvat::type_int8, ::zorvat::matrix<signed char>, signed char, true)                       \
-  X(::zorvat::type_int16, ::zorvat::matrix<short>, short, true)                                  \
-  X(::zorvat::type_int32, ::zorvat::matrix<int>, int, true)                                      \
-  X(::zorvat::type_int64, ::zorvat::matrix<long>, long, true)                                    \
-  X(::zorvat::type_uint8, ::zorvat::matrix<unsigned char>, unsigned char, true)                  \
-  X(::zorvat::type_uint16, ::zorvat::matrix<unsigned short>, unsigned short, true)               \
-  X(::zorvat::type_uint32, ::zorvat::matrix<unsigned int>, unsigned int, true)                   \
-  X(::zorvat::type_uint64, ::zorvat::matrix<unsigned long>, unsigned long, true)                 \
-  X(::zorvat::type_double, ::zorvat::matrix<double>, double, true)                               \
-  X(::zorvat::type_single, ::zorvat::matrix<float>, float, true)                                 \
-  X(::zorvat::type_complex_double, ::zorvat::matrix<std::complex<double>>, std::complex<double>, \
-    true)                                                                                        \
-  X(::zorvat::type_complex_single, ::zorvat::matrix<std::complex<float>>, std::complex<float>,   \
-    true)                                                                                        \
-  X(::zorvat::type_char, ::zorvat::matrix<char>, char, true)                                     \
-  X(::zorvat::type_logical, ::zorvat::matrix<bool>, bool, true)                                  \
-  X(::zorvat::type_function_handle, ::zorvat::function_handle, void, false)                      \
-  X(::zorvat::type_struct, ::zorvat::structure, void, false)                                     \
-  X(::zorvat::type_string, ::zorvat::matrix<std::string>, std::string, false)                    \
-  X(::zorvat::type_control, ::zorvat::controlType, void, false)                                  \
-  X(::zorvat::type_handle, ::zorvat::matrix<::zorvat::zo_hdl_t>, ::zorvat::zo_hdl_t, false)      \
-  X(::zorvat::type_draw, ::zorvat::draw_t, void, false)                                          \
-  X(::zorvat::type_extern, ::zorvat::extern_obj_base, void, false)                               \
-  X(::zorvat::type_void, int, void, false)                                                       \
-  X(::zorvat::type_cell, ::zorvat::cell_array, void, false)                                      \
-  X(::zorvat::type_sparse_double, ::zorvat::sparse_matrix<double>, void, true)                   \
-  X(::zorvat::type_sparse_single, ::zorvat::sparse_matrix<float>, void, true)                    \
-  X(::zorvat::type_sparse_complex_double, ::zorvat::sparse_matrix<std::complex<double>>, void,   \
-    true)                                                                                        \
-  X(::zorvat::type_sparse_complex_single, ::zorvat::sparse_matrix<std::complex<float>>, void,    \
-    true)                                                                                        \
-  X(::zorvat::type_sparse_logical, ::zorvat::sparse_matrix<bool>, void, true)                    \
-  X(::zorvat::type_variable_list, ::zorvat::VariableList, void, false)
-
 namespace zorvat {
 namespace internal {
+
+// copy_on_write(true) of every value in `work`, the elements of the payloads
+// it copies joining the list (no recursion, so nesting depth costs no stack).
+void copy_on_write_work(std::vector<zo_obj*>& work);
 
 // One kind as a type: P is its payload type (void: no payload).
 template <class P, bool FillsFromNullptr>
@@ -131,7 +101,11 @@ template <class P>
 struct container_kind_ops : default_kind_ops<P> {
   static std::shared_ptr<void> copy(const void* p, bool deep) {
     auto c = std::make_shared<P>(*static_cast<const P*>(p));
-    if (deep) c->copy_on_write_each();
+    if (deep) {
+      std::vector<zo_obj*> work;
+      c->detach_elements(work);
+      copy_on_write_work(work);
+    }
     return c;
   }
 };
@@ -196,10 +170,10 @@ void for_each_element(M& m, F f) {
 // elements.
 std::shared_ptr<zo_obj> make_empty_element();
 
-// Makes the payload of a container element private to the container: an
-// element value object shared with anyone else is replaced by a copy of it,
-// then copy_on_write(true) is called on it.  Null elements stay null.
-void detach_element(std::shared_ptr<zo_obj>& e);
+// One step of copy_on_write_each(): an element value object shared with
+// anyone else is replaced by a copy of it, and the element is listed in
+// `work` for its own copy_on_write(true).  Null elements stay null.
+void detach_element(std::shared_ptr<zo_obj>& e, std::vector<zo_obj*>& work);
 
 }  // namespace internal
 }  // namespace zorvat

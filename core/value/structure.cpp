@@ -206,7 +206,14 @@ void structure::resize(const std::vector<long>& dims) {
 }
 
 void structure::copy_on_write_each() {
-  for (auto& field : impl_->fields) internal::for_each_element(field.second, internal::detach_element);
+  std::vector<zo_obj*> work;
+  detach_elements(work);
+  internal::copy_on_write_work(work);
+}
+
+void structure::detach_elements(std::vector<zo_obj*>& work) {
+  for (auto& field : impl_->fields)
+    internal::for_each_element(field.second, [&work](auto& e) { internal::detach_element(e, work); });
 }
 
 std::string structure::to_string(bool leading_newline) const {

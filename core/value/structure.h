@@ -116,6 +116,7 @@ class structure : public container_base {
   // of it, then copy_on_write(true) is called on it, so a copied structure
   // owns all its element payloads.
   void copy_on_write_each() override;
+  void detach_elements(std::vector<zo_obj*>& work) override;
 
   // The plain text of the structure: a scalar lists "name: <one-line value>"
   // per field, names right-aligned; an array lists the field names (after one

@@ -4,6 +4,7 @@
 #include "value/zo_obj.h"
 
 #include <cstring>
+#include <type_traits>
 #include <sstream>
 
 #include "memory/str_util.h"
@@ -41,18 +42,72 @@ std::shared_ptr<matrix<std::string>> make_text(const char* s) {
   return m;
 }
 
+// Whether a payload of this kind holds values (cells, structures, lists), so
+// releasing its last reference releases further payloads.
+bool holds_values(zo_type t) {
+  return visit_kind(t, [](auto k) {
+    using P = typename decltype(k)::payload;
+    return std::is_base_of_v<container_base, P> || std::is_same_v<P, VariableList>;
+  });
+}
+
+// Releases the reference p of a payload of kind t without recursion: a
+// cell, structure or list whose last reference goes is queued, and only the
+// outermost release destroys queued payloads, one at a time, so the payloads
+// that their elements release join the queue instead of nesting on the
+// stack.  A value nested 100,000 levels deep thus needs a constant stack.
+void release_payload(std::shared_ptr<void>& p, zo_type t) noexcept {
+  if (!p) return;
+  if (p.use_count() != 1 || !holds_values(t)) {
+    p.reset();
+    return;
+  }
+  struct queue {
+    std::vector<std::shared_ptr<void>> pending;
+    bool draining = false;
+  };
+  static thread_local queue q;
+  try {
+    q.pending.push_back(std::move(p));
+  } catch (...) {
+    p.reset();  // no room to queue: release it here, recursively
+    return;
+  }
+  if (q.draining) return;
+  q.draining = true;
+  while (!q.pending.empty()) {
+    std::shared_ptr<void> last = std::move(q.pending.back());
+    q.pending.pop_back();
+    last.reset();
+  }
+  q.draining = false;
+}
+
 }  // namespace
 
 namespace internal {
 
 std::shared_ptr<zo_obj> make_empty_element() { return std::make_shared<zo_obj>(type_double, nullptr); }
 
-void detach_element(std::shared_ptr<zo_obj>& e) {
+void detach_element(std::shared_ptr<zo_obj>& e, std::vector<zo_obj*>& work) {
   if (!e) return;
   // The value object itself may be shared with the container this one was
   // copied from: take a copy of it first, so the write below cannot show there.
   if (e.use_count() > 1) e = std::make_shared<zo_obj>(*e);
-  e->copy_on_write(true);
+  work.push_back(e.get());
+}
+
+void copy_on_write_work(std::vector<zo_obj*>& work) {
+  // copy_on_write(true) of every listed value, its nested cells and
+  // structures taken from the same list rather than by recursion.
+  while (!work.empty()) {
+    zo_obj* v = work.back();
+    work.pop_back();
+    const void* before = v->payload();
+    v->copy_on_write(false);
+    if (v->payload() == before) continue;  // not shared: its elements stay as they are
+    if (container_base* c = v->container()) c->detach_elements(work);
+  }
 }
 
 }  // namespace internal
@@ -134,18 +189,24 @@ zo_obj& zo_obj::operator=(zo_obj&& other) noexcept {
   return *this;
 }
 
-zo_obj::~zo_obj() = default;
+zo_obj::~zo_obj() { release_payload(payload_, type); }
 
 void zo_obj::copy_impl(const zo_obj& src) {
-  payload_ = src.payload_;  // safe for self-assignment
+  std::shared_ptr<void> old = src.payload_;  // taken first: safe for self-assignment
+  payload_.swap(old);
+  const zo_type old_type = type;
   type = src.type;
+  release_payload(old, old_type);
 }
 
 void zo_obj::move_impl(zo_obj&& src) noexcept {
   if (this == &src) return;
+  std::shared_ptr<void> old = std::move(payload_);
+  const zo_type old_type = type;
   payload_ = std::move(src.payload_);
   // The source keeps its kind with a null payload (intended).
   type = src.type;
+  release_payload(old, old_type);
 }
 
 template <class T>
@@ -180,8 +241,10 @@ void zo_obj::create_from_nullptr(int t) {
     if (K::fills_from_nullptr) return kind_ops<typename K::payload>::make_default();
     return nullptr;
   });
-  payload_ = std::move(p);
+  payload_.swap(p);
+  const zo_type old_type = type;
   type = static_cast<zo_type>(t);
+  release_payload(p, old_type);
 }
 
 void zo_obj::reset(int t, bool force) {
@@ -189,12 +252,14 @@ void zo_obj::reset(int t, bool force) {
   // Made before the old payload goes, so a failed allocation changes nothing.
   std::shared_ptr<void> p =
       visit_kind(t, [](auto k) { return kind_ops<typename decltype(k)::payload>::make_default(); });
-  payload_ = std::move(p);
+  payload_.swap(p);
+  const zo_type old_type = type;
   type = static_cast<zo_type>(t);
+  release_payload(p, old_type);
 }
 
 void zo_obj::destroy() {
-  payload_.reset();
+  release_payload(payload_, type);
   type = type_error;
 }
 

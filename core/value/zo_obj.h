@@ -32,8 +32,10 @@
 
 #include "matrix/zo_hdl.h"
 #include "memory/type_lists.h"
+#include "memory/zo_assert.h"
 #include "value/extern_obj_base.h"
 #include "value/function_handle.h"
+#include "value/kind_list.h"
 #include "value/records.h"
 #include "value/zo_type.h"
 
@@ -130,16 +132,32 @@ class zo_obj {
   // "2x2 cell array", "1x1 function_handle", "1x1 extern object".
   std::string brief_type_str() const;
 
-  // The payload cast to T, unchecked.
+  // The payload cast to T, unchecked in release builds.
   // REQUIRES: the payload is non-null and of type T (the kind's payload type;
-  // extern_obj_base for kind 21).
+  // extern_obj_base or a class derived from it for kind 21).
   template <class T>
   T& get() {
+    ZORVAT_ASSERT(payload_ && holds<T>(type));
     return *static_cast<T*>(payload_.get());
   }
   template <class T>
   const T& get() const {
+    ZORVAT_ASSERT(payload_ && holds<T>(type));
     return *static_cast<const T*>(payload_.get());
+  }
+  // Whether T is the payload type of kind t (for kind 21, extern_obj_base or
+  // a class derived from it).
+  template <class T>
+  static constexpr bool holds(zo_type t) {
+    switch (t) {
+#define ZORVAT_KIND_HOLDS(id, P, E, fill) \
+  case id:                                \
+    return std::is_same_v<std::remove_cv_t<T>, P> || kind_holds_extern<T>(id);
+      ZORVAT_FOR_EACH_KIND(ZORVAT_KIND_HOLDS)
+#undef ZORVAT_KIND_HOLDS
+      default:
+        return false;
+    }
   }
   // The raw payload pointer (null for kind 0, moved-from values and kinds
   // without a payload).
@@ -192,6 +210,13 @@ class zo_obj {
   // A value of kind t owning the payload p as it is.
   zo_obj(zo_type t, std::shared_ptr<void> p, shared_payload) : type(t), payload_(std::move(p)) {}
 
+  template <class T>
+  static constexpr bool kind_holds_extern(zo_type t) {
+    if constexpr (std::is_class_v<T>)
+      return t == type_extern && std::is_base_of_v<extern_obj_base, std::remove_cv_t<T>>;
+    else
+      return false;
+  }
   template <class T>
   static const void* adopt_address(T* p) {
     if constexpr (std::is_base_of_v<extern_obj_base, T>)

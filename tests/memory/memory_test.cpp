@@ -65,8 +65,27 @@ TEST(ZoMalloc, CEntryPointsShareTheBlockFormat) {
   ::zo_free(zorvat::zo_malloc(10, 16));
 }
 
-TEST(ZoMalloc, RefusedRequestReturnsNull) {
-  EXPECT_EQ(zo_malloc(std::numeric_limits<unsigned long>::max() - 300, 16), nullptr);
+// Sizes whose byte count plus the alignment passes 2^64 - 1 must be refused,
+// never wrapped into a tiny block.
+TEST(ZoMalloc, SizesAtTheTopOfTheRangeAreRefused) {
+  constexpr unsigned long top = std::numeric_limits<unsigned long>::max();
+  for (unsigned long align : {1ul, 16ul, 127ul, 255ul}) {
+    for (unsigned long size : {top, top - align + 1, top - 300}) {
+      EXPECT_EQ(zo_malloc_impl(size, align), nullptr) << size << " " << align;
+      EXPECT_EQ(zo_malloc(size, align), nullptr) << size << " " << align;
+    }
+  }
+}
+
+TEST(ZoAllocator, LargestCountsAreRefusedNotWrapped) {
+  EXPECT_THROW(zo_allocator<double>().allocate((1ul << 61) - 1), internal::insufficient_memory);
+  EXPECT_THROW(zo_allocator<bool>().allocate(std::numeric_limits<std::uint64_t>::max()),
+                internal::insufficient_memory);
+  zo_vector<long> v(3, 7L);
+  EXPECT_THROW(v.reserve((1ul << 61) - 1), std::bad_alloc);
+  EXPECT_EQ(v.capacity(), 3u);  // unchanged, and still usable
+  v.push_back(8);
+  EXPECT_EQ(v[3], 8);
 }
 
 struct MessageCase {

@@ -56,6 +56,12 @@ TEST(Cell, RowFromItemsSharesOrCopiesTheValueObjects) {
   }
   cell_array from_const(std::vector<std::shared_ptr<zo_obj const>>{src[0]});
   EXPECT_EQ(from_const(0), src[0]);
+  // Element i is item i: a null item stays null, and nothing shifts.
+  for (bool deep : {false, true}) {
+    cell_array with_null(items{nullptr, src[1]}, deep);
+    EXPECT_EQ(with_null(0), nullptr);
+    EXPECT_EQ(with_null(1)->payload(), src[1]->payload());
+  }
 }
 
 TEST(Cell, ToStringWritesOneLinePerRowOfTheFirstPage) {

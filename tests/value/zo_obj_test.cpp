@@ -274,6 +274,50 @@ TEST(Sharing, DeepCopyOnWriteOfAnUnsharedValueCopiesNothing) {
   EXPECT_EQ(b.get<cell_array>()(1)->payload(), inner);
 }
 
+// A cell nested `depth` levels deep, built as c = {c}; the innermost element
+// is a 1x1 double 7 (in a structure field every third level, to mix kinds).
+std::shared_ptr<zo_obj> deeply_nested(long depth) {
+  auto c = zorvat_test::dbl(7.0);
+  for (long k = 0; k < depth; ++k) {
+    if (k % 3 == 2) {
+      auto s = std::make_shared<zo_obj>(type_struct, new structure);
+      s->get<structure>().set_field("f", c, false);
+      c = s;
+    } else {
+      c = std::make_shared<zo_obj>(type_cell, new cell_array(std::vector<std::shared_ptr<zo_obj>>{c}, false));
+    }
+  }
+  return c;
+}
+
+zo_obj& innermost(zo_obj& v) {
+  zo_obj* p = &v;
+  while (p->type != type_double)
+    p = p->type == type_cell ? p->get<cell_array>()(0).get() : p->get<structure>().get_field("f").get();
+  return *p;
+}
+
+// Releasing and detaching nested values takes no stack per level.
+TEST(Sharing, DeeplyNestedValuesAreReleasedAndDetachedWithoutRecursion) {
+  auto deep = deeply_nested(100000);
+  zo_obj copy(*deep);
+  deep.reset();  // the chain now hangs off `copy` alone
+  {
+    zo_obj b(copy);
+    b.copy_on_write(true);
+    innermost(b).get<matrix<double>>()[0] = 8.0;
+    EXPECT_EQ(first_double(innermost(copy)), 7.0);
+  }
+  copy = zo_obj(1.0);  // assignment releases the chain too
+  EXPECT_EQ(first_double(copy), 1.0);
+
+  auto c = deeply_nested(10000);
+  auto d = std::make_shared<zo_obj>(*c);
+  d->copy_on_write(true);
+  c->destroy();
+  EXPECT_EQ(first_double(innermost(*d)), 7.0);
+}
+
 // ---- kind changes -----------------------------------------------------------
 
 TEST(Reset, KeepsTheSameKindUnlessForced) {
