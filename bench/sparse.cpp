@@ -1,18 +1,19 @@
 // Sparse matrix speed, each figure against a baseline in the same run.
 //
-// 1. Construction from 1,000,000 random triplets into a 100,000 x 100,000
-//    double matrix, against Eigen's setFromTriplets on the same coordinates
-//    (the results are checked equal before timing; the program prints the
-//    ratio of CPU times for each heap state, below 1 meaning faster).
-//    The argument is the state of the heap, the same for both, because
-//    first-touch page faults of fresh memory can cost more than the work:
+// 1. Construction from N random triplets (N = 1e4, 1e5, 1e6, 1e7) into an
+//    N/10 x N/10 double matrix (ten entries per column on average), against
+//    Eigen's setFromTriplets on the same coordinates (the results are checked
+//    equal first).  The program prints the ratio of CPU times for each size
+//    and heap state (below 1 meaning faster), and the ratio of the peak heap
+//    use of one construction ("peak ratio"; the heap is counted by wrapping
+//    malloc and its kin in this program).  The cost per entry of each run is
+//    the counter "per_entry", so growth with N shows at a glance.
+//    The second argument is the state of the heap, the same for both,
+//    because first-touch page faults of fresh memory can cost more than the
+//    work:
 //      0  the C library's default: freed memory goes back to the system
 //         when the free top of the heap exceeds twice the largest mmapped
-//         block freed so far, so the state depends on the process's history.
-//         Here the Eigen pair's own 16 MB coordinate vector, freed after
-//         each of its runs, lifts that limit to 32 MB and its matrices stay
-//         in warm memory; ours run first, after 8 MB blocks only, and at
-//         17.6 MB get fresh pages every time,
+//         block freed so far, so the state depends on the process's history,
 //      1  fresh memory every time (the heap is trimmed before each build),
 //      2  a warm heap (trimming and mmap switched off; runs last).
 // 2. set_value into a column with reserved room: the time per insertion
@@ -23,8 +24,11 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <map>
 #include <numeric>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "ratio.h"
@@ -34,68 +38,148 @@
 #include <Eigen/SparseCore>
 #endif
 
+// Heap accounting: every block of the process passes through these wrappers,
+// which keep the bytes in use and their peak since the last reset.
+namespace heap_count {
+size_t in_use = 0;
+size_t peak = 0;
+void add(void* p) {
+  if (!p) return;
+  in_use += malloc_usable_size(p);
+  peak = std::max(peak, in_use);
+}
+void sub(void* p) {
+  if (p) in_use -= malloc_usable_size(p);
+}
+}  // namespace heap_count
+
+extern "C" {
+void* __libc_malloc(size_t);
+void* __libc_calloc(size_t, size_t);
+void* __libc_realloc(void*, size_t);
+void* __libc_memalign(size_t, size_t);
+void __libc_free(void*);
+
+void* malloc(size_t n) {
+  void* p = __libc_malloc(n);
+  heap_count::add(p);
+  return p;
+}
+void* calloc(size_t n, size_t k) {
+  void* p = __libc_calloc(n, k);
+  heap_count::add(p);
+  return p;
+}
+void* realloc(void* old, size_t n) {
+  heap_count::sub(old);
+  void* p = __libc_realloc(old, n);
+  heap_count::add(p ? p : (n ? old : nullptr));
+  return p;
+}
+void free(void* p) {
+  heap_count::sub(p);
+  __libc_free(p);
+}
+void* memalign(size_t a, size_t n) {
+  void* p = __libc_memalign(a, n);
+  heap_count::add(p);
+  return p;
+}
+void* aligned_alloc(size_t a, size_t n) { return memalign(a, n); }
+int posix_memalign(void** out, size_t a, size_t n) {
+  *out = memalign(a, n);
+  return *out ? 0 : 12;
+}
+}
+
 namespace {
 
 using zorvat::sparse_matrix;
 using zorvat::triplet;
 
 constexpr long kSide = 100000;
-constexpr long kTriplets = 1000000;
 
-const std::vector<triplet<double>>& random_triplets() {
-  static const std::vector<triplet<double>> list = [] {
+// The triplets of one size, made once.
+const std::vector<triplet<double>>& random_triplets(long entries) {
+  static std::map<long, std::vector<triplet<double>>> lists;
+  auto& list = lists[entries];
+  if (list.empty()) {
     std::mt19937_64 g(42);
-    std::uniform_int_distribution<long> index(0, kSide - 1);
+    std::uniform_int_distribution<long> index(0, entries / 10 - 1);
     std::uniform_real_distribution<double> value(0.5, 1.5);
-    std::vector<triplet<double>> out(kTriplets);
-    for (auto& t : out) t = {value(g), index(g), index(g)};
-    return out;
-  }();
+    list.resize(static_cast<size_t>(entries));
+    for (auto& t : list) t = {value(g), index(g), index(g)};
+  }
   return list;
+}
+
+// Peak heap use of one call of f, in bytes above what was in use before.
+template <class F>
+double peak_of(F f) {
+  const size_t before = heap_count::in_use;
+  heap_count::peak = before;
+  f();
+  return static_cast<double>(heap_count::peak - before);
+}
+
+// Peak heap use by (entries, 0 for ours or 1 for Eigen's).
+std::map<std::pair<long, int>, double>& peaks() {
+  static std::map<std::pair<long, int>, double> p;
+  return p;
 }
 
 // Puts the heap into the state that the benchmark's argument names.
 void set_heap(benchmark::State& state) {
-  if (state.range(0) == 2) {
+  if (state.range(1) == 2) {
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
   }
 }
 
 void trim_heap_if_fresh(benchmark::State& state) {
-  if (state.range(0) != 1) return;
+  if (state.range(1) != 1) return;
   state.PauseTiming();
   malloc_trim(0);
   state.ResumeTiming();
 }
 
+void per_entry(benchmark::State& state) {
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+  state.counters["per_entry"] = benchmark::Counter(
+      static_cast<double>(state.iterations() * state.range(0)),
+      benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
 void BM_sparse_from_triplets(benchmark::State& state) {
-  const auto& list = random_triplets();
+  const long entries = state.range(0), side = entries / 10;
+  const auto& list = random_triplets(entries);
+  peaks()[{entries, 0}] = peak_of([&] { sparse_matrix<double> s(list, side, side); });
   set_heap(state);
   for (auto _ : state) {
     trim_heap_if_fresh(state);
-    sparse_matrix<double> s(list, kSide, kSide);
+    sparse_matrix<double> s(list, side, side);
     benchmark::DoNotOptimize(s.pr());
   }
-  state.SetItemsProcessed(state.iterations() * kTriplets);
+  per_entry(state);
 }
 
 #ifdef ZORVAT_HAVE_EIGEN
-std::vector<Eigen::Triplet<double>> eigen_triplets() {
+std::vector<Eigen::Triplet<double>> eigen_triplets(long entries) {
   std::vector<Eigen::Triplet<double>> out;
-  out.reserve(kTriplets);
-  for (const auto& t : random_triplets()) out.emplace_back(t.row, t.col, t.value);
+  out.reserve(static_cast<size_t>(entries));
+  for (const auto& t : random_triplets(entries)) out.emplace_back(t.row, t.col, t.value);
   return out;
 }
 
 // Both constructions must give the same matrix, or the comparison means
 // nothing.
-bool same_result(const std::vector<Eigen::Triplet<double>>& et) {
-  Eigen::SparseMatrix<double> e(kSide, kSide);
+bool same_result(const std::vector<Eigen::Triplet<double>>& et, long entries) {
+  const long side = entries / 10;
+  Eigen::SparseMatrix<double> e(side, side);
   e.setFromTriplets(et.begin(), et.end());
-  sparse_matrix<double> s(random_triplets(), kSide, kSide);
-  if (e.nonZeros() != s.jc()[kSide]) return false;
-  for (long j = 0; j < kSide; ++j) {
+  sparse_matrix<double> s(random_triplets(entries), side, side);
+  if (e.nonZeros() != s.jc()[side]) return false;
+  for (long j = 0; j < side; ++j) {
     long k = s.jc()[j];
     for (Eigen::SparseMatrix<double>::InnerIterator it(e, j); it; ++it, ++k)
       if (k >= s.jce()[j] || it.row() != s.ir()[k] || it.value() != s[k]) return false;
@@ -105,28 +189,40 @@ bool same_result(const std::vector<Eigen::Triplet<double>>& et) {
 }
 
 void BM_eigen_set_from_triplets(benchmark::State& state) {
-  const auto et = eigen_triplets();
-  if (!same_result(et)) {
+  const long entries = state.range(0), side = entries / 10;
+  const auto et = eigen_triplets(entries);
+  if (!same_result(et, entries)) {
     state.SkipWithError("results differ");
     return;
   }
+  peaks()[{entries, 1}] = peak_of([&] {
+    Eigen::SparseMatrix<double> e(side, side);
+    e.setFromTriplets(et.begin(), et.end());
+  });
   set_heap(state);
   for (auto _ : state) {
     trim_heap_if_fresh(state);
-    Eigen::SparseMatrix<double> e(kSide, kSide);
+    Eigen::SparseMatrix<double> e(side, side);
     e.setFromTriplets(et.begin(), et.end());
     benchmark::DoNotOptimize(e.valuePtr());
   }
-  state.SetItemsProcessed(state.iterations() * kTriplets);
+  per_entry(state);
 }
 #endif
 
-BENCHMARK(BM_sparse_from_triplets)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+#define ZORVAT_SPARSE_SIZES(heap) \
+  Args({10000, heap})->Args({100000, heap})->Args({1000000, heap})->Args({10000000, heap})
+BENCHMARK(BM_sparse_from_triplets)->ZORVAT_SPARSE_SIZES(0)->ZORVAT_SPARSE_SIZES(1)->Unit(benchmark::kMillisecond);
 #ifdef ZORVAT_HAVE_EIGEN
-BENCHMARK(BM_eigen_set_from_triplets)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
-ZORVAT_BENCH_RATIO("BM_sparse_from_triplets/0", "BM_eigen_set_from_triplets/0");
-ZORVAT_BENCH_RATIO("BM_sparse_from_triplets/1", "BM_eigen_set_from_triplets/1");
-ZORVAT_BENCH_RATIO("BM_sparse_from_triplets/2", "BM_eigen_set_from_triplets/2");
+BENCHMARK(BM_eigen_set_from_triplets)->ZORVAT_SPARSE_SIZES(0)->ZORVAT_SPARSE_SIZES(1)->Unit(benchmark::kMillisecond);
+const bool ratios_registered = [] {
+  for (const char* n : {"10000", "100000", "1000000", "10000000"})
+    for (const char* heap : {"0", "1", "2"})
+      zorvat_bench::ratio_pairs().emplace_back(
+          std::string("BM_sparse_from_triplets/") + n + "/" + heap,
+          std::string("BM_eigen_set_from_triplets/") + n + "/" + heap);
+  return true;
+}();
 #endif
 
 // A 100,000-row matrix of 1,000 columns holding about `total` entries, with
@@ -191,9 +287,19 @@ BENCHMARK(BM_set_value_without_room)->Arg(100000)->Arg(1000000)->Unit(benchmark:
 
 // The warm-heap pair changes the process's heap settings for good, so it runs
 // after everything else.
-BENCHMARK(BM_sparse_from_triplets)->Arg(2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_sparse_from_triplets)->ZORVAT_SPARSE_SIZES(2)->Unit(benchmark::kMillisecond);
 #ifdef ZORVAT_HAVE_EIGEN
-BENCHMARK(BM_eigen_set_from_triplets)->Arg(2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_eigen_set_from_triplets)->ZORVAT_SPARSE_SIZES(2)->Unit(benchmark::kMillisecond);
 #endif
 
-ZORVAT_BENCH_MAIN();
+int main(int argc, char** argv) {
+  const int status = zorvat_bench::run_main(argc, argv);
+  for (const auto& [key, bytes] : peaks()) {
+    const auto eigen = peaks().find({key.first, 1});
+    if (key.second != 0 || eigen == peaks().end() || eigen->second <= 0) continue;
+    std::printf("peak ratio BM_sparse_from_triplets/%ld / BM_eigen_set_from_triplets/%ld = %.3f "
+                "(%.1f / %.1f MiB)\n", key.first, key.first, bytes / eigen->second,
+                bytes / 1048576, eigen->second / 1048576);
+  }
+  return status;
+}

@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "memory/zo_malloc.h"
+
 namespace zorvat {
 namespace sparse_detail {
 
@@ -43,6 +45,26 @@ struct sparse_element<std::complex<R>> {
 };
 
 inline long non_negative(long v) { return v < 0 ? 0 : v; }
+
+// Refuses, before any vector is asked for it, a block of n elements of U
+// that the allocator's maximum admits but whose byte count, with the room
+// the heap block needs for its alignment, does not fit 64 bits: such a
+// request is an exhausted heap (insufficient_memory), never a size that
+// wraps.  Counts above the maximum are left to the vector's length error.
+template <class U>
+void require_block(size_t n) {
+  constexpr size_t alignment_room = 255;
+  if (n <= zo_allocator<U>::max_elements() &&
+      n > (std::numeric_limits<size_t>::max() - alignment_room) / sizeof(U))
+    throw internal::insufficient_memory(static_cast<unsigned long>(n * sizeof(U)));
+}
+
+// require_block for the values and the rows of nz entries.
+template <class T>
+void require_entries(long nz) {
+  require_block<T>(static_cast<size_t>(nz));
+  require_block<long>(static_cast<size_t>(nz));
+}
 
 // Columns no longer than this are sorted by rank on the stack; longer ones
 // by a stable sort through a buffer.

@@ -69,6 +69,8 @@ void sparse_matrix<T>::initialize(long m, long n, long nzmax) {
   m = non_negative(m);
   n = non_negative(n);
   nzmax = non_negative(nzmax);
+  sparse_detail::require_entries<T>(nzmax);
+  sparse_detail::require_block<long>(static_cast<size_t>(n) + 1);
   // Everything is made before anything is replaced, so a failure leaves the
   // matrix as it was.
   auto pr = std::make_shared<value_vector>(static_cast<size_t>(nzmax));
@@ -147,6 +149,7 @@ matrix<T> sparse_matrix<T>::to_full() const {
 template <class T>
 void sparse_matrix<T>::reserve(long nz) {
   if (nz <= 0) return;
+  sparse_detail::require_entries<T>(nz);
   ir_->reserve(static_cast<size_t>(nz));
   pr_->reserve(static_cast<size_t>(nz));
   refresh_values();
@@ -179,6 +182,7 @@ void sparse_matrix<T>::reserve(const std::vector<long>& slack) {
       internal::throw_max_size_reached();
   }
   new_jc[n] = pos;
+  sparse_detail::require_entries<T>(pos);
 
   value_vector new_pr(static_cast<size_t>(pos));
   index_vector new_ir(static_cast<size_t>(pos));
@@ -252,6 +256,7 @@ template <class T>
 void sparse_matrix<T>::resize(long m, long n) {
   m = non_negative(m);
   n = non_negative(n);
+  sparse_detail::require_block<long>(static_cast<size_t>(n) + 1);
   index_vector new_jc(static_cast<size_t>(n) + 1);
   index_vector new_jce(static_cast<size_t>(n));
   jc_->swap(new_jc);
@@ -282,6 +287,7 @@ void sparse_matrix<T>::conservative_resize_impl(long m, long n) {
   const long old_n = cols();
   // The only step that can fail comes first.
   if (n > old_n) {
+    sparse_detail::require_block<long>(static_cast<size_t>(n) + 1);
     jc_->reserve(static_cast<size_t>(n) + 1);
     jce_->reserve(static_cast<size_t>(n));
   }
@@ -376,6 +382,7 @@ void sparse_matrix<T>::transpose_impl(bool conjugate) {
 
   // Counting sort by row: the rows become the new columns, and walking the
   // old columns in order leaves every new column sorted.
+  sparse_detail::require_block<long>(static_cast<size_t>(m) + 1);
   index_vector new_jc(static_cast<size_t>(m) + 1);
   long total = 0;
   for (long j = 0; j < n; ++j) {

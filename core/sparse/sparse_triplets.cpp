@@ -188,23 +188,33 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   long ncols = non_negative(n);
   const long total = static_cast<long>(triplets.size());
 
+  // jc holds ncols + 1 entries: a column beyond that is a vector beyond the
+  // allocator's maximum (tested before ncols + 1 is formed, so LONG_MAX does
+  // not wrap).
+  const long col_limit = static_cast<long>(zo_allocator<long>::max_elements()) - 1;
+  if (ncols > col_limit) internal::throw_max_size_reached();
+
   // Pass 1.  starts[b + 1] counts the triplets of block b, for blocks sized
   // to the asked shape.
   int s = block_shift(total, ncols);
   long highest_row = -1;  // the sort keys depend on the rows present
   index_vector starts;
-  starts.resize(static_cast<size_t>(ncols >> s) + 2);
+  auto size_starts = [&](long blocks) {
+    sparse_detail::require_block<long>(static_cast<size_t>(blocks) + 2);
+    starts.resize(static_cast<size_t>(blocks) + 2);
+  };
+  size_starts(ncols >> s);
   for (const triplet<T>& t : triplets) {
     if (t.row < 0 || t.col < 0)
       throw std::runtime_error(tr("稀疏矩阵的三元组中行号和列号不能为负数。"));
     highest_row = std::max(highest_row, t.row);
     if (t.col >= ncols) {
+      if (t.col >= col_limit) internal::throw_max_size_reached();
       ncols = t.col + 1;
-      starts.resize(static_cast<size_t>(ncols >> s) + 2);
+      size_starts(ncols >> s);
     }
     ++starts[(t.col >> s) + 1];
   }
-  nrows = std::max(nrows, highest_row + 1);
   // Columns beyond the asked shape call for wider blocks: each one's count
   // is the sum of those of the narrow blocks it covers.  A narrow block's
   // count is moved before any other is added to its place.
@@ -216,22 +226,35 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
       starts[(b >> (wide - s)) + 1] += count;
     }
     s = wide;
-    starts.resize(static_cast<size_t>(ncols >> s) + 2);
+    size_starts(ncols >> s);
   }
   // A row too large to share a key with the column in its block: blocks of
   // one column, counted again.
   if (s > 0 && highest_row > (std::numeric_limits<long>::max() >> s)) {
     s = 0;
-    starts.assign(static_cast<size_t>(ncols) + 2, 0);
+    starts.clear();
+    size_starts(ncols);
     for (const triplet<T>& t : triplets) ++starts[t.col + 1];
   }
   const long mask = (long{1} << s) - 1;
   const long nblocks = ncols == 0 ? 0 : ((ncols - 1) >> s) + 1;
 
-  jc_->resize(static_cast<size_t>(ncols) + 1, boost::container::default_init);
-  jce_->resize(static_cast<size_t>(ncols), boost::container::default_init);
-  ir_->resize(static_cast<size_t>(total), boost::container::default_init);
-  pr_->resize(static_cast<size_t>(total), boost::container::default_init);
+  sparse_detail::require_block<long>(static_cast<size_t>(ncols) + 1);
+  index_vector jc_made(static_cast<size_t>(ncols) + 1, boost::container::default_init);
+  index_vector jce_made(static_cast<size_t>(ncols), boost::container::default_init);
+  index_vector ir_made(static_cast<size_t>(total), boost::container::default_init);
+  value_vector pr_made(static_cast<size_t>(total), boost::container::default_init);
+  // Merging duplicates needs a place per row (a row marker), so the rows
+  // are bounded by the standard vector's limit, checked once the columns'
+  // storage is made.  highest_row + 1 cannot wrap below that bound.
+  const long row_limit = static_cast<long>(std::vector<long>().max_size());
+  if (nrows > row_limit || highest_row >= row_limit)
+    throw std::length_error("cannot create std::vector larger than max_size()");
+  nrows = std::max(nrows, highest_row + 1);
+  jc_->swap(jc_made);
+  jce_->swap(jce_made);
+  ir_->swap(ir_made);
+  pr_->swap(pr_made);
   prepare_for_writing(*jc_);
   prepare_for_writing(*jce_);
   prepare_for_writing(*ir_);

@@ -178,12 +178,72 @@ TYPED_TEST(SparseFailure, VectorsBeyondTheMaximumRaiseTheLengthError) {
   this->expect_unchanged();
 }
 
+template <class F>
+bool refused(F f) {
+  try {
+    f();
+  } catch (const std::length_error&) {
+    return true;
+  } catch (const std::bad_alloc&) {  // insufficient_memory, bad_array_new_length
+    return true;
+  }
+  return false;
+}
+
 TYPED_TEST(SparseFailure, ExhaustedHeapRaisesInsufficientMemory) {
   using T = TypeParam;
   EXPECT_THROW(sparse_matrix<T>(1, 1, 1L << 58), zorvat::internal::insufficient_memory);
   EXPECT_THROW(this->s.initialize(1, 1, 1L << 58), zorvat::internal::insufficient_memory);
   EXPECT_THROW(this->s.reserve(std::vector<long>{1L << 58}), zorvat::internal::insufficient_memory);
+  // Within the allocator's maximum, but the block with its alignment room
+  // does not fit 64 bits: refused, never wrapped into a tiny block.
+  EXPECT_THROW(this->s.reserve((1L << 61) - 2), zorvat::internal::insufficient_memory);
   this->expect_unchanged();
+}
+
+// Sizes at the top of the range are refused by every operation that makes
+// storage, and the matrix stays usable (a later set_value once wrote through
+// a wrapped reservation).
+TYPED_TEST(SparseFailure, SizesAtTheTopOfTheRangeAreRefused) {
+  using T = TypeParam;
+  for (long big : {(1L << 60) - 1, (1L << 61) - 3, (1L << 61) - 2, (1L << 61) - 1, LONG_MAX / 2}) {
+    EXPECT_TRUE(refused([&] { sparse_matrix<T>(1, 1, big); })) << big;
+    EXPECT_TRUE(refused([&] { sparse_matrix<T>(1, big, 0); })) << big;
+    EXPECT_TRUE(refused([&] { this->s.initialize(1, 1, big); })) << big;
+    EXPECT_TRUE(refused([&] { this->s.reserve(big); })) << big;
+    EXPECT_TRUE(refused([&] { this->s.reserve(std::vector<long>{big}); })) << big;
+    EXPECT_TRUE(refused([&] { this->s.conservative_resize(2, big); })) << big;
+    EXPECT_TRUE(refused([&] { this->s.resize(2, big); })) << big;
+    EXPECT_TRUE(refused([&] { sparse_matrix<T>(std::vector<triplet<T>>{{T(1), big, 0}}, 0, 0); }));
+    this->expect_unchanged();
+    sparse_matrix<T> tall(big, 1, 0);
+    EXPECT_TRUE(refused([&] { tall.transpose(); })) << big;
+    EXPECT_EQ(tall.rows(), big);
+  }
+  this->s.set_value(1, 1, T(1));
+  EXPECT_EQ(this->s.get_value(1, 1), T(1));
+}
+
+// Coordinates at the top of the range: columns beyond jc's maximum raise the
+// vector length error, rows beyond the row marker's limit the standard
+// vector's, whatever the asked shape; nothing wraps.
+TYPED_TEST(SparseFailure, TripletsBeyondTheLimits) {
+  using T = TypeParam;
+  struct row { long r, c, m, n; const char* text; };
+  const char* const marker_text = "cannot create std::vector larger than max_size()";
+  for (const row& x : {row{LONG_MAX, 0, 0, 0, marker_text}, row{1L << 61, 0, 2, 2, marker_text},
+                       row{1L << 60, 0, 0, 0, marker_text}, row{0, 0, LONG_MAX, 1, marker_text},
+                       row{0, LONG_MAX, 0, 0, max_size_text}, row{0, (1L << 61) - 2, 0, 0, max_size_text},
+                       row{LONG_MAX, LONG_MAX, 0, 0, max_size_text}, row{0, 0, 1, LONG_MAX, max_size_text}}) {
+    const std::vector<triplet<T>> list{{T(1), 0, 0}, {T(1), x.c, x.r}};
+    EXPECT_EQ(length_error_text([&] { sparse_matrix<T>(list, x.m, x.n); }), x.text) << x.r << " " << x.c;
+  }
+  // The largest row the marker admits is a valid (if very tall) matrix.
+  const long tallest = static_cast<long>(std::vector<long>().max_size());
+  sparse_matrix<T> tall(std::vector<triplet<T>>{{T(1), 1, tallest - 1}}, 0, 0);
+  EXPECT_EQ(tall.rows(), tallest);
+  EXPECT_EQ(tall.cols(), 2);
+  EXPECT_EQ(tall.get_value(tallest - 1, 1), T(1));
 }
 
 TYPED_TEST(SparseFailure, RowMarkerBeyondTheVectorLimit) {
