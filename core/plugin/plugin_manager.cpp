@@ -159,8 +159,12 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
     }
   }
 
-  std::string scripts = scripts_dir(root, name);
-  global::F2KQuery_fwd("addpath", &scripts);
+  // A plugin that unloaded itself from its init has been loaded and is gone:
+  // its scripts are not added.
+  if (is_loaded(name)) {
+    std::string scripts = scripts_dir(root, name);
+    global::F2KQuery_fwd("addpath", &scripts);
+  }
   error_.clear();
   return 0;
 }
