@@ -100,9 +100,9 @@ class plugin_manager {
   // Loads <root>/plugins/<name>/main.so.  0 loaded; 100 already loaded;
   // 1 invalid name (empty, ".", "..", or holding '/', '\\' or a NUL byte:
   // nothing is opened); 999 bad signature; 1 dlopen failed; 2 no
-  // zxPluginFunctions; 7 bad
-  // namespace; 3 name exported by another plugin; 4 zxPluginInitLib failed;
-  // 5 zxPluginInit failed.  zxPluginInit gets nargs = args.size() and the
+  // zxPluginFunctions; 7 bad namespace; 3 name exported by another plugin;
+  // 4 zxPluginInitLib failed; 5 zxPluginInit failed.  The entry points may
+  // load, unload (this plugin too) and register.  zxPluginInit gets nargs = args.size() and the
   // address of args[1]: the count is the full size while the array starts one
   // element in, deliberately (null when args is empty).  On success the host
   // is asked to "addpath" <root>/plugins/<name>/scripts.
