@@ -91,10 +91,8 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, con
     return fail(1, tr("错误 - 输入参数个数和算符类型不匹配"));
 
   function fn = nullptr;
-  for (size_t k = 0; k < n && !fn; ++k) {  // the first operand with a registered key decides
-    auto it = operators_.find(operator_key(op, dispatch_type(operands[k])));
-    if (it != operators_.end()) fn = it->second;
-  }
+  for (size_t k = 0; k < n && !fn; ++k)  // the first operand with a registered key decides
+    fn = find_operator(operator_key(op, dispatch_type(operands[k])));
   if (!fn) return fail(-1, str_format(tr("错误 - 运算符 %s 不支持该类型的输入参数组合"), operator_symbol(op)));
 
   short_array<const __zxArray*> prhs;
@@ -114,6 +112,14 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, con
   status = 0;
   error_.clear();
   return result;
+}
+
+plugin_manager::function plugin_manager::find_operator(unsigned long key) {
+  operator_cache_entry& e = operator_cache_[(key ^ (key >> 45)) % operator_cache_size];
+  if (e.valid && e.key == key) return e.fn;
+  auto it = operators_.find(key);
+  e = {key, it == operators_.end() ? nullptr : it->second, true};
+  return e.fn;
 }
 
 void plugin_manager::apply_function(function fn, int nargout, const value_list& prhs, result_list& results) {

@@ -215,6 +215,7 @@ int plugin_manager::remove(const std::string& name) {
     }
   }
   for (unsigned long key : info.operator_keys) operators_.erase(key);
+  operator_cache_.fill({});
 
   plugin_manager_data::get_instance().remove_overload_function_by_tag(name);
   for (int id : info.type_ids) {
@@ -307,6 +308,7 @@ int plugin_manager::register_operator(const std::string& plugin, zxOperatorID op
     return -3;
   }
   operators_.emplace(key, fn);
+  operator_cache_.fill({});
   it->second.operator_keys.push_back(key);
   error_.clear();
   return 0;

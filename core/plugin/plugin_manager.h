@@ -23,6 +23,7 @@
 // Single-threaded: no locks.
 #pragma once
 
+#include <array>
 #include <exception>
 #include <map>
 #include <memory>
@@ -201,6 +202,16 @@ class plugin_manager {
   mutable std::unordered_map<std::string, plugin_info> plugins_;
   std::unordered_map<std::string, plugin_fcn_info> functions_;
   std::unordered_map<unsigned long, function> operators_;
+  // A direct-mapped cache in front of operators_ for dispatch, absent keys
+  // included; emptied whenever operators_ changes.
+  struct operator_cache_entry {
+    unsigned long key = 0;
+    function fn = nullptr;
+    bool valid = false;
+  };
+  static constexpr size_t operator_cache_size = 64;
+  std::array<operator_cache_entry, operator_cache_size> operator_cache_{};
+  function find_operator(unsigned long key);
   std::unordered_map<int, cstruct_info> cstructs_;
   mutable std::string error_;
   std::vector<std::string> removing_;  // plugins whose remove() is under way
