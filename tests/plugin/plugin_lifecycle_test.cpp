@@ -94,6 +94,30 @@ TEST_F(PluginLifecycle, NullAndNonStandardThrowingFunctionsGiveTheLibrarysError)
   }
 }
 
+void name_first(int, __zxArray** plhs, int, const __zxArray** prhs) {
+  plhs[0] = reinterpret_cast<__zxArray*>(new zo_obj(reinterpret_cast<const zo_obj*>(prhs[0])->brief_type_str()));
+}
+
+TEST_F(PluginLifecycle, DispatchFollowsEveryChangeOfTheOperatorTable) {
+  // Each step first dispatches, so that a remembered answer would show.
+  ASSERT_EQ(mgr().add("tp_good", {}, plugin_root), 0) << mgr().error_msg();
+  const int id = mgr().next_cxx_obj_id("tp_good");
+  auto dispatch = [&] {
+    int status = 0;
+    value_list args{num(1), value_of_type(id)};
+    try {
+      return text_of(mgr().apply_operator(zxOpLt, args, status));
+    } catch (const std::runtime_error&) {
+      return std::to_string(status);
+    }
+  };
+  EXPECT_EQ(dispatch(), "-1");
+  ASSERT_EQ(mgr().register_operator("tp_good", zxOpLt, id, name_first), 0);
+  EXPECT_EQ(dispatch(), "1x1 double");
+  EXPECT_EQ(mgr().remove("tp_good"), 0);
+  EXPECT_EQ(dispatch(), "-1");
+}
+
 TEST_F(PluginLifecycle, ValuesOutliveTheirPluginAtAnyDepth) {
   ASSERT_EQ(mgr().add("tp_obj", {}, plugin_root), 0) << mgr().error_msg();
   result_list r;
