@@ -16,18 +16,19 @@ namespace internal {
 namespace {
 
 // Every library open at the moment, loaded or already unloaded but still in
-// use.  Rarely more than a handful.
+// use.  Rarely more than a handful.  Never destroyed: libraries may close
+// while the process's statics are being destroyed.
 std::vector<plugin_library*>& open_libraries() {
-  static std::vector<plugin_library*> libs;
-  return libs;
+  static auto* libs = new std::vector<plugin_library*>;
+  return *libs;
 }
 
 // Calls into plugin code in progress, and the libraries whose last owner went
 // meanwhile (closed when the outermost call ends).
 int running_calls = 0;
 std::vector<plugin_library*>& closing_later() {
-  static std::vector<plugin_library*> libs;
-  return libs;
+  static auto* libs = new std::vector<plugin_library*>;
+  return *libs;
 }
 
 // The last owner's release: close now, or after the plugin code that runs.

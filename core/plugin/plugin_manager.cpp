@@ -129,12 +129,20 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
     }
   }
 
-  for (const zxFunctionEntry* row = info.functions(); row && row->function; ++row) {
-    if (row->name) functions_.emplace(row->name, plugin_fcn_info{row->name, name, row->function, row->help});
-  }
   const zxPluginInitLibFunction init_lib = info.init_lib;
   const zxPluginInitFunction init = info.init;
-  plugins_[name] = std::move(info);
+  try {
+    for (const zxFunctionEntry* row = info.functions(); row && row->function; ++row) {
+      if (row->name) functions_.emplace(row->name, plugin_fcn_info{row->name, name, row->function, row->help});
+    }
+    plugins_[name] = std::move(info);
+  } catch (...) {
+    // Out of memory half way: no name may point into the library that closes.
+    for (auto f = functions_.begin(); f != functions_.end();)
+      f = f->second.plugin == name ? functions_.erase(f) : std::next(f);
+    plugins_.erase(name);
+    throw;
+  }
 
   {
     // The entry points may register, load or unload (themselves too): the
@@ -195,12 +203,9 @@ int plugin_manager::remove(const std::string& name) {
   if (global::clear_extern_obj) global::clear_extern_obj(type_ids);
 
   bool fini_failed = false;
-  if (fini) {
-    current_plugin_scope scope(name);
-    if (call_entry(fini) != 0) {
-      fini_failed = true;
-      error_ = str_format(tr("插件 %s 的 fini 函数返回非零值"), name.c_str());
-    }
+  if (fini && call_entry(fini) != 0) {
+    fini_failed = true;
+    error_ = str_format(tr("插件 %s 的 fini 函数返回非零值"), name.c_str());
   }
 
   auto it = plugins_.find(name);  // a nested remove of it was refused, so it is still there
@@ -221,7 +226,7 @@ int plugin_manager::remove(const std::string& name) {
   for (int id : info.type_ids) {
     if (id % 2 == 0) cstructs_.erase(id);
   }
-  info.library.reset();  // closed here unless values of its types live on
+  info.library.reset();  // closed when the removal ends, unless values of its types live on
 
   const char* env_root = std::getenv("ZORVAT_PLUGIN_PATH");
   std::string scripts = scripts_dir(env_root ? env_root : "", name);
