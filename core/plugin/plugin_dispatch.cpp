@@ -61,32 +61,51 @@ int dispatch_type(const zo_obj* v) {
 }  // namespace
 
 std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, value_list& args, int& status) {
+  short_array<const zo_obj*> operands;
+  operands.reserve(args.size());
+  for (const auto& a : args) operands.push_back(a.get());
+  return apply_operator_impl(op, operands.data(), operands.size(), status);
+}
+
+std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, std::shared_ptr<const zo_obj> a,
+                                                       std::shared_ptr<const zo_obj> b,
+                                                       std::shared_ptr<const zo_obj> c) {
+  // a, then b and c where present; no list is built on the heap.
+  const zo_obj* operands[3] = {a.get(), nullptr, nullptr};
+  size_t n = 1;
+  if (b) operands[n++] = b.get();
+  if (c) operands[n++] = c.get();
+  int status = 0;
+  return apply_operator_impl(op, operands, n, status);
+}
+
+std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, const zo_obj* const* operands,
+                                                            size_t n, int& status) {
   auto fail = [&](int code, std::string text) -> std::shared_ptr<zo_obj> {
     status = code;
     error_ = std::move(text);
     throw std::runtime_error(error_);
   };
 
-  const size_t n = args.size();
   if (n == 0 || (is_unary(op) && n != 1) || (is_binary(op) && n != 2) || (is_ternary(op) && n != 3))
     return fail(1, tr("错误 - 输入参数个数和算符类型不匹配"));
 
   function fn = nullptr;
-  for (const auto& a : args) {  // the first operand with a registered key decides
-    auto it = operators_.find(operator_key(op, dispatch_type(a.get())));
-    if (it != operators_.end()) {
-      fn = it->second;
-      break;
-    }
-  }
+  for (size_t k = 0; k < n && !fn; ++k)  // the first operand with a registered key decides
+    fn = find_operator(operator_key(op, dispatch_type(operands[k])));
   if (!fn) return fail(-1, str_format(tr("错误 - 运算符 %s 不支持该类型的输入参数组合"), operator_symbol(op)));
 
-  short_array<const __zxArray*> prhs = argument_array(args);
+  short_array<const __zxArray*> prhs;
+  prhs.reserve(n);
+  for (size_t k = 0; k < n; ++k) prhs.push_back(reinterpret_cast<const __zxArray*>(operands[k]));
   output_slots plhs(1);
   try {
+    plugin_library::running guard;
     fn(1, plhs.data(), static_cast<int>(n), prhs.data());
   } catch (const std::exception& e) {
     return fail(2, e.what());
+  } catch (...) {
+    return fail(2, str_format(tr("错误 - 运算符 %s 对应的插件函数抛出了未知异常"), operator_symbol(op)));
   }
   if (!plhs.filled(0)) return fail(2, tr("错误 - 重载算子对应的函数没有输出返回值"));
   std::shared_ptr<zo_obj> result = plhs.adopt(0);
@@ -95,20 +114,27 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, value_li
   return result;
 }
 
-std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, std::shared_ptr<const zo_obj> a,
-                                                       std::shared_ptr<const zo_obj> b,
-                                                       std::shared_ptr<const zo_obj> c) {
-  value_list args{std::move(a)};
-  if (b) args.push_back(std::move(b));
-  if (c) args.push_back(std::move(c));
-  int status = 0;
-  return apply_operator(op, args, status);
+plugin_manager::function plugin_manager::find_operator(unsigned long key) {
+  operator_cache_entry& e = operator_cache_[(key ^ (key >> 45)) % operator_cache_size];
+  if (e.valid && e.key == key) return e.fn;
+  auto it = operators_.find(key);
+  e = {key, it == operators_.end() ? nullptr : it->second, true};
+  return e.fn;
 }
 
 void plugin_manager::apply_function(function fn, int nargout, const value_list& prhs, result_list& results) {
+  if (!fn) throw std::runtime_error(tr("错误 - 要调用的插件函数不存在（空函数指针）"));
   short_array<const __zxArray*> args = argument_array(prhs);
   output_slots plhs(static_cast<size_t>(nargout > 1 ? nargout : 1));
-  fn(nargout, plhs.data(), static_cast<int>(args.size()), args.data());
+  try {
+    plugin_library::running guard;
+    fn(nargout, plhs.data(), static_cast<int>(args.size()), args.data());
+  } catch (const std::exception&) {
+    throw;
+  } catch (...) {
+    throw std::runtime_error(str_format(tr("错误 - 插件函数 %s 抛出了未知异常"),
+                                        get_instance().function_label(fn).c_str()));
+  }
 
   const size_t first = results.size();
   try {
@@ -123,6 +149,18 @@ void plugin_manager::apply_function(function fn, int nargout, const value_list& 
     results.resize(first);  // releases what was adopted; plhs releases the rest
     throw;
   }
+}
+
+std::string plugin_manager::function_label(function fn) const {
+  for (const auto& f : functions_) {
+    if (f.second.function == fn) return f.first;
+  }
+  for (const auto& overloads : plugin_manager_data::get_instance().ofun_data()) {
+    for (const auto& candidate : overloads.second) {
+      if (candidate.second == fn) return overloads.first;
+    }
+  }
+  return str_format("%p", reinterpret_cast<void*>(fn));
 }
 
 void plugin_manager::apply_overload_function(const std::string& name, int nargout, const value_list& prhs,

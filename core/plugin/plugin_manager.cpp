@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
@@ -42,6 +43,13 @@ class current_plugin_scope {
   std::string saved_;
 };
 
+// A name that stays one directory below "<root>/plugins" and reaches dlopen
+// whole.
+bool valid_plugin_name(const std::string& name) {
+  static const std::string forbidden("/\\\0", 3);
+  return !name.empty() && name != "." && name != ".." && name.find_first_of(forbidden) == std::string::npos;
+}
+
 std::string scripts_dir(const std::string& root, const std::string& name) {
   return root + "/plugins/" + name + "/scripts";
 }
@@ -64,6 +72,13 @@ bool plugin_manager::is_loaded(const std::string& name) const { return plugins_.
 
 int plugin_manager::add(const std::string& name, const std::vector<const __zxArray*>& args,
                         const std::string& root) {
+  // The name becomes a directory under the root: it must not leave it, nor
+  // be cut short by a NUL.
+  if (!valid_plugin_name(name)) {
+    error_ = str_format(tr("无法加载 %s - %s"), name.c_str(),
+                        tr("插件名称不能为空，不能是 . 或 ..，也不能含有 /、\\ 或 NUL 字符"));
+    return 1;
+  }
   if (is_loaded(name)) {
     error_ = str_format(tr("插件 %s 已经被加载"), name.c_str());
     return 100;
@@ -73,25 +88,25 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
     error_ = str_format(tr("无法加载 %s - 数字签名验证失败"), name.c_str());
     return 999;
   }
-  void* handle = dlopen(path.c_str(), RTLD_NOW);
-  if (!handle) {
-    const char* why = dlerror();
-    error_ = str_format(tr("无法加载 %s - %s"), name.c_str(), why ? why : "");
+  std::string why;
+  std::shared_ptr<plugin_library> library = plugin_library::open(path, why);
+  if (!library) {
+    error_ = str_format(tr("无法加载 %s - %s"), name.c_str(), why.c_str());
     return 1;
   }
 
   plugin_info info;
   info.name = name;
   info.path = path;
-  info.handle = handle;
-  info.init_lib = reinterpret_cast<zxPluginInitLibFunction>(dlsym(handle, "zxPluginInitLib"));
-  info.init = reinterpret_cast<zxPluginInitFunction>(dlsym(handle, "zxPluginInit"));
-  info.fini = reinterpret_cast<zxPluginFiniFunction>(dlsym(handle, "zxPluginFini"));
-  info.functions = reinterpret_cast<zxPluginFunctionsFunction>(dlsym(handle, "zxPluginFunctions"));
+  info.handle = library->handle();
+  info.library = library;
+  info.init_lib = reinterpret_cast<zxPluginInitLibFunction>(library->symbol("zxPluginInitLib"));
+  info.init = reinterpret_cast<zxPluginInitFunction>(library->symbol("zxPluginInit"));
+  info.fini = reinterpret_cast<zxPluginFiniFunction>(library->symbol("zxPluginFini"));
+  info.functions = reinterpret_cast<zxPluginFunctionsFunction>(library->symbol("zxPluginFunctions"));
   if (!info.functions) {
-    dlclose(handle);
     error_ = tr("加载错误 - 没有定义 zxPluginFunctions");
-    return 2;
+    return 2;  // the library closes with its last owner, here
   }
 
   // Validation before anything is recorded, so a refused plugin leaves no trace.
@@ -102,29 +117,39 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
     if (sep != std::string::npos) {
       const std::string ns = fname.substr(0, sep);
       if (ns.empty() || ns == "builtin") {
-        dlclose(handle);
         error_ = str_format(tr("无效的命名空间名称 %s"), ns.c_str());
         return 7;
       }
     }
     auto owner = functions_.find(fname);
     if (owner != functions_.end()) {
-      const std::string other = owner->second.plugin;
-      dlclose(handle);
-      error_ = str_format(tr("符号冲突 - 函数 %s 已经在另一插件 %s 中定义"), fname.c_str(), other.c_str());
+      error_ = str_format(tr("符号冲突 - 函数 %s 已经在另一插件 %s 中定义"), fname.c_str(),
+                          owner->second.plugin.c_str());
       return 3;
     }
   }
 
-  for (const zxFunctionEntry* row = info.functions(); row && row->function; ++row) {
-    if (row->name) functions_.emplace(row->name, plugin_fcn_info{row->name, name, row->function, row->help});
-  }
   const zxPluginInitLibFunction init_lib = info.init_lib;
   const zxPluginInitFunction init = info.init;
-  plugins_[name] = std::move(info);
+  try {
+    for (const zxFunctionEntry* row = info.functions(); row && row->function; ++row) {
+      if (row->name) functions_.emplace(row->name, plugin_fcn_info{row->name, name, row->function, row->help});
+    }
+    plugins_[name] = std::move(info);
+  } catch (...) {
+    // Out of memory half way: no name may point into the library that closes.
+    for (auto f = functions_.begin(); f != functions_.end();)
+      f = f->second.plugin == name ? functions_.erase(f) : std::next(f);
+    plugins_.erase(name);
+    throw;
+  }
 
   {
+    // The entry points may register, load or unload (themselves too): the
+    // record is not held across them, and the code stays mapped until they
+    // return.
     current_plugin_scope scope(name);
+    plugin_library::running guard;
     if (init_lib && call_entry(init_lib, zex_) != 0) {
       error_ = tr("初始化外部库错误 - zxPluginInitLib 返回非零值");
       remove(name);
@@ -142,29 +167,51 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
     }
   }
 
-  std::string scripts = scripts_dir(root, name);
-  global::F2KQuery_fwd("addpath", &scripts);
+  // A plugin that unloaded itself from its init has been loaded and is gone:
+  // its scripts are not added.
+  if (is_loaded(name)) {
+    std::string scripts = scripts_dir(root, name);
+    global::F2KQuery_fwd("addpath", &scripts);
+  }
   error_.clear();
   return 0;
 }
 
 int plugin_manager::remove(const std::string& name) {
-  auto it = plugins_.find(name);
-  if (it == plugins_.end()) {
+  if (!is_loaded(name)) {
     error_ = str_format(tr("插件 %s 未被加载，因此不需要卸载"), name.c_str());
     return 101;
   }
-  plugin_info& info = it->second;
+  if (std::find(removing_.begin(), removing_.end(), name) != removing_.end()) {
+    error_ = str_format(tr("插件 %s 正在卸载中，不能再次卸载"), name.c_str());
+    return 102;
+  }
+  removing_.push_back(name);
+  struct removal_end {
+    std::vector<std::string>& list;
+    ~removal_end() { list.pop_back(); }  // removals nest: the last one started ends first
+  } removal{removing_};
+
+  // The hook and fini may load, unload or register (the table may rehash):
+  // what they need is copied, and the record is looked up again afterwards.
+  // The code stays mapped until the end of the removal.
+  plugin_library::running guard;
+  const std::vector<int> type_ids = plugins_[name].type_ids;
+  const zxPluginFiniFunction fini = plugins_[name].fini;
 
   // Objects of the plugin's types must go before its code does.
-  if (global::clear_extern_obj) global::clear_extern_obj(info.type_ids);
+  if (global::clear_extern_obj) global::clear_extern_obj(type_ids);
 
   bool fini_failed = false;
-  if (info.fini && call_entry(info.fini) != 0) {
+  if (fini && call_entry(fini) != 0) {
     fini_failed = true;
     error_ = str_format(tr("插件 %s 的 fini 函数返回非零值"), name.c_str());
   }
 
+  auto it = plugins_.find(name);  // a nested remove of it was refused, so it is still there
+  if (it == plugins_.end()) return fini_failed ? 6 : 0;
+  plugin_info info = std::move(it->second);
+  plugins_.erase(it);
   if (info.functions) {
     for (const zxFunctionEntry* row = info.functions(); row && row->function; ++row) {
       if (!row->name) continue;
@@ -173,14 +220,13 @@ int plugin_manager::remove(const std::string& name) {
     }
   }
   for (unsigned long key : info.operator_keys) operators_.erase(key);
+  operator_cache_.fill({});
 
   plugin_manager_data::get_instance().remove_overload_function_by_tag(name);
   for (int id : info.type_ids) {
     if (id % 2 == 0) cstructs_.erase(id);
   }
-
-  if (info.handle) dlclose(info.handle);
-  plugins_.erase(it);
+  info.library.reset();  // closed when the removal ends, unless values of its types live on
 
   const char* env_root = std::getenv("ZORVAT_PLUGIN_PATH");
   std::string scripts = scripts_dir(env_root ? env_root : "", name);
@@ -267,6 +313,7 @@ int plugin_manager::register_operator(const std::string& plugin, zxOperatorID op
     return -3;
   }
   operators_.emplace(key, fn);
+  operator_cache_.fill({});
   it->second.operator_keys.push_back(key);
   error_.clear();
   return 0;

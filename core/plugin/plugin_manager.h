@@ -23,6 +23,7 @@
 // Single-threaded: no locks.
 #pragma once
 
+#include <array>
 #include <exception>
 #include <map>
 #include <memory>
@@ -30,6 +31,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "plugin/plugin_library.h"
 #include "plugin/zx_types.h"
 
 namespace zorvat {
@@ -72,7 +74,8 @@ struct cstruct_info {
 struct plugin_info {
   std::string name;
   std::string path;  // of main.so
-  void* handle = nullptr;
+  void* handle = nullptr;                   // the loader handle of `library`
+  std::shared_ptr<plugin_library> library;  // keeps the code mapped while loaded
   zxPluginInitLibFunction init_lib = nullptr;
   zxPluginInitFunction init = nullptr;
   zxPluginFiniFunction fini = nullptr;
@@ -96,15 +99,20 @@ class plugin_manager {
 
   // --- Loading and unloading ---------------------------------------------
   // Loads <root>/plugins/<name>/main.so.  0 loaded; 100 already loaded;
-  // 999 bad signature; 1 dlopen failed; 2 no zxPluginFunctions; 7 bad
-  // namespace; 3 name exported by another plugin; 4 zxPluginInitLib failed;
-  // 5 zxPluginInit failed.  zxPluginInit gets nargs = args.size() and the
+  // 1 invalid name (empty, ".", "..", or holding '/', '\\' or a NUL byte:
+  // nothing is opened); 999 bad signature; 1 dlopen failed; 2 no
+  // zxPluginFunctions; 7 bad namespace; 3 name exported by another plugin;
+  // 4 zxPluginInitLib failed; 5 zxPluginInit failed.  The entry points may
+  // load, unload (this plugin too) and register.  zxPluginInit gets nargs = args.size() and the
   // address of args[1]: the count is the full size while the array starts one
   // element in, deliberately (null when args is empty).  On success the host
   // is asked to "addpath" <root>/plugins/<name>/scripts.
   int add(const std::string& name, const std::vector<const __zxArray*>& args, const std::string& root);
-  // Unloads: 0 done; 101 not loaded; 6 unloaded but zxPluginFini failed.
-  // The host is asked to "rmpath" the scripts directory under the root taken
+  // Unloads: 0 done; 101 not loaded; 6 unloaded but zxPluginFini failed; 102
+  // refused because the plugin is being unloaded already (a remove from its
+  // own zxPluginFini or from the clearing hook).  The plugin's names,
+  // operators and overloads go at once; its code stays mapped while values
+  // of its types live (see plugin_library.h).  The host is asked to "rmpath" the scripts directory under the root taken
   // from $ZORVAT_PLUGIN_PATH (not the root given to add), deliberately.
   int remove(const std::string& name);
   bool is_loaded(const std::string& name) const;
@@ -175,18 +183,38 @@ class plugin_manager {
   // then appends every non-null slot, in order, to `results`.  If a slot
   // k <= nargout (1-based) stays null, the appended results are released and
   // std::runtime_error "输出参数 %d 未被赋值" is thrown.  If fn throws, the
-  // slots it filled are released and the exception propagates.
+  // slots it filled are released and the exception propagates; one not
+  // derived from std::exception becomes std::runtime_error naming the
+  // function.  A null fn throws std::runtime_error.
   static void apply_function(function fn, int nargout, const value_list& prhs, result_list& results);
 
  private:
   plugin_manager();
   ~plugin_manager() = default;
 
+  // The worker of both apply_operator forms, on n operand pointers.
+  std::shared_ptr<zo_obj> apply_operator_impl(zxOperatorID op, const zo_obj* const* operands, size_t n,
+                                              int& status);
+  // A name for fn in messages: its exported or overloaded name, else its
+  // address.
+  std::string function_label(function fn) const;
+
   mutable std::unordered_map<std::string, plugin_info> plugins_;
   std::unordered_map<std::string, plugin_fcn_info> functions_;
   std::unordered_map<unsigned long, function> operators_;
+  // A direct-mapped cache in front of operators_ for dispatch, absent keys
+  // included; emptied whenever operators_ changes.
+  struct operator_cache_entry {
+    unsigned long key = 0;
+    function fn = nullptr;
+    bool valid = false;
+  };
+  static constexpr size_t operator_cache_size = 64;
+  std::array<operator_cache_entry, operator_cache_size> operator_cache_{};
+  function find_operator(unsigned long key);
   std::unordered_map<int, cstruct_info> cstructs_;
   mutable std::string error_;
+  std::vector<std::string> removing_;  // plugins whose remove() is under way
   int cstruct_counter_ = 100;  // advanced, then used: 102, 104, ...
   int cxx_obj_counter_ = 101;  // used, then advanced: 101, 103, ...
   void* zex_ = nullptr;

@@ -42,7 +42,9 @@ int zxPluginFini(void);
 /* Required.  The plugin's constant function table. */
 const zxFunctionEntry* zxPluginFunctions(void);
 
-/* Aligned heap blocks of the core (align 1..255); release with zo_free. */
+/* Aligned heap blocks of the core (align 1..127); release with zo_free.  A
+ * larger alignment is accepted, but zo_free then releases the block at the
+ * wrong address (intended): keep to 127 or less. */
 void* zo_malloc(unsigned long size, unsigned long align);
 void zo_free(void* p);
 

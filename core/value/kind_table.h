@@ -23,6 +23,7 @@
 #include "sparse/sparse_matrix.h"
 #include "value/cell_array.h"
 #include "value/container_base.h"
+#include "plugin/plugin_library.h"
 #include "value/extern_obj_base.h"
 #include "value/function_handle.h"
 #include "value/kind_list.h"
@@ -124,18 +125,17 @@ struct kind_ops<VariableList> : default_kind_ops<VariableList> {
 
 // External objects: no default object; a copy is the object's dup() (null
 // when the class does not override it); deleted through the virtual
-// destructor.
+// destructor, while the plugin that holds the class stays mapped.
 template <>
 struct kind_ops<extern_obj_base> {
   static std::shared_ptr<void> make_default() { return nullptr; }
   static std::shared_ptr<void> copy(const void* p, bool) {
     extern_obj_base* d = static_cast<const extern_obj_base*>(p)->dup();
     if (!d) return nullptr;
-    return std::shared_ptr<extern_obj_base>(d);
+    return adopt_extern_obj(d);
   }
   static std::shared_ptr<void> adopt(const void* p) {
-    return std::shared_ptr<extern_obj_base>(
-        static_cast<extern_obj_base*>(const_cast<void*>(p)));
+    return adopt_extern_obj(static_cast<extern_obj_base*>(const_cast<void*>(p)));
   }
 };
 

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <unordered_set>
 
 #include "host/console.h"
 #include "host/host_query.h"
@@ -20,6 +21,7 @@
 #include "memory/str_util.h"
 #include "session.h"
 #include "value/cell_array.h"
+#include "value/structure.h"
 
 namespace zorvat_host {
 
@@ -163,13 +165,27 @@ void* k2f(std::string const& q, void*) {
   return nullptr;
 }
 
-// A value that holds an object of one of `ids`, also inside a cell.
+// A value that holds an object of one of `ids` at any depth: in cells and
+// structure fields, nested as deep as they go.  Walked with a list of values
+// still to look at, not by recursion, so a deep value cannot overflow the
+// stack; a cell or structure shared many times within it is looked at once.
 bool holds_type(const zo_obj& v, const std::vector<int>& ids) {
-  if (v.type == zorvat::type_extern && v.payload())
-    return std::find(ids.begin(), ids.end(), v.get<zorvat::extern_obj_base>().type_id()) != ids.end();
-  if (v.type == zorvat::type_cell) {
-    for (const auto& e : v.get<zorvat::cell_array>().as_std_vector())
-      if (e && holds_type(*e, ids)) return true;
+  std::vector<const zo_obj*> pending{&v};
+  std::unordered_set<const void*> seen;
+  while (!pending.empty()) {
+    const zo_obj* x = pending.back();
+    pending.pop_back();
+    if (!x->payload() || !seen.insert(x->payload()).second) continue;
+    if (x->type == zorvat::type_extern) {
+      if (std::find(ids.begin(), ids.end(), x->get<zorvat::extern_obj_base>().type_id()) != ids.end()) return true;
+    } else if (x->type == zorvat::type_cell) {
+      for (const auto& e : x->get<zorvat::cell_array>().as_std_vector())
+        if (e) pending.push_back(e.get());
+    } else if (x->type == zorvat::type_struct) {
+      for (const auto& field : x->get<zorvat::structure>().data())
+        for (const auto& e : field.second)
+          if (e) pending.push_back(e.get());
+    }
   }
   return false;
 }

@@ -153,7 +153,9 @@ INSTANTIATE_TEST_SUITE_P(
                      "错误 - 运算符 .\\ 不支持该类型的输入参数组合"},
         failure_case{"NoOutput", zxOpMul, 2, true, 2, "错误 - 重载算子对应的函数没有输出返回值"},
         failure_case{"ThrowsAfterMakingItsResult", zxOpMinus, 2, true, 2, "minus failed"},
-        failure_case{"ThrowsWithoutResult", zxOpRDiv, 2, true, 2, "divide failed"}),
+        failure_case{"ThrowsWithoutResult", zxOpRDiv, 2, true, 2, "divide failed"},
+        failure_case{"ThrowsANonStandardException", zxOpPow, 2, true, 2,
+                     "错误 - 运算符 ^ 对应的插件函数抛出了未知异常"}),
     [](const ::testing::TestParamInfo<failure_case>& info) { return std::string(info.param.label); });
 
 TEST_F(Dispatch, UnloadingRemovesOperatorsAndOverloadsAndClearsBeforeFini) {

@@ -94,7 +94,8 @@ class PluginTest : public ::testing::Test {
     zorvat::global::set_clear_extern_obj(record_clear);
   }
   void TearDown() override {
-    for (const char* name : {"tp_good", "tp_clash", "tp_obj", "tp_fail_fini", "tp_throw_fini", "tp_nofuncs"}) {
+    for (const char* name :
+         {"tp_good", "tp_clash", "tp_obj", "tp_fail_fini", "tp_throw_fini", "tp_nofuncs", "tp_reent"}) {
       if (mgr().is_loaded(name)) mgr().remove(name);
     }
     zorvat::global::set_clear_extern_obj(nullptr);

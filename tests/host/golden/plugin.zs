@@ -28,3 +28,10 @@ q2 = quat(1)
 plugin load quaternion
 again = quat(5)
 plugin unload quaternion
+% Plugin objects deep inside structures and cells are cleared too.
+plugin load quaternion
+st = struct('q', quat(1, 2, 3, 4));
+cc = {{1, st}};
+plugin unload quaternion
+st
+who

@@ -56,6 +56,7 @@ void minus_half_made(int, __zxArray** plhs, int, const __zxArray**) {
 }
 void times_no_output(int, __zxArray**, int, const __zxArray**) {}
 void divide_throws(int, __zxArray**, int, const __zxArray**) { throw std::out_of_range("divide failed"); }
+void power_throws_int(int, __zxArray**, int, const __zxArray**) { throw 42; }
 
 // disp(tally) only; any other first argument is declined.
 void disp_overload(int, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
@@ -89,7 +90,7 @@ int zxPluginInit(int, const __zxArray**) {
     zxPluginFunction fn;
   } ops[] = {{zxOpPlus, plus},           {zxOpUMinus, negate},         {zxOpSubsasgn, assign},
              {zxOpHorzCat, concat},      {zxOpMinus, minus_half_made}, {zxOpMul, times_no_output},
-             {zxOpRDiv, divide_throws}};
+             {zxOpRDiv, divide_throws},  {zxOpPow, power_throws_int}};
   for (const auto& o : ops) {
     if (mgr.register_operator(TP_PLUGIN_NAME, o.op, tally_id, o.fn) != 0) return 1;
   }
