@@ -9,7 +9,7 @@
 # fuzz/regressions/<name>/ once fixed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-bash tools/setup.sh
+bash tools/setup.sh fuzz
 seconds=${1:-60}
 only=${2:-}
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \

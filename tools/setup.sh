@@ -4,10 +4,26 @@
 # locale (en_US.UTF-8) exists, for the test that shows the English messages.
 # Nothing is fetched from anywhere else.  Safe to run again: with everything
 # present it does nothing and prints nothing.
+#   tools/setup.sh              what building and testing need
+#   tools/setup.sh STEP...      also what these CI steps need: fuzz (clang and
+#                               its sanitizer runtimes), coverage (gcovr),
+#                               valgrind, docs (doxygen), abi (abigail-tools);
+#                               --ci means all of them
 set -euo pipefail
 
 packages=(g++ cmake make pkg-config libboost-dev libgtest-dev libbenchmark-dev
           gettext libeigen3-dev)
+for step in "$@"; do
+  case "$step" in
+    fuzz) packages+=(clang libclang-rt-14-dev) ;;
+    coverage) packages+=(gcovr) ;;
+    valgrind) packages+=(valgrind) ;;
+    docs) packages+=(doxygen) ;;
+    abi) packages+=(abigail-tools) ;;
+    --ci) packages+=(clang libclang-rt-14-dev gcovr valgrind doxygen abigail-tools) ;;
+    *) echo "setup: unknown step '$step' (fuzz, coverage, valgrind, docs, abi, --ci)" >&2; exit 2 ;;
+  esac
+done
 
 has_english_locale() {
   locale -a 2>/dev/null | grep -Eqx 'en_US\.(utf8|UTF-8)'

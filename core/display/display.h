@@ -16,6 +16,10 @@
 // used by structure field lines.  Nothing here throws except a failed
 // allocation; unsupported kinds and formats print a notice.
 //
+// Public way in: obj2str, obj2console, obj2console_safe<1>/<2> and
+// obj2str_one_line are the interface for hosts and plugins, although they
+// live in zorvat::internal; the rest of this namespace is the renderers'.
+//
 //   std::string t = zorvat::internal::obj2str(zorvat::zo_obj(1.5), -1);
 //   // "\n  1x1 double\n\n    1.5000\n\n"
 //   zorvat::internal::obj2console(std::cout, big, 80, 65536);

@@ -20,6 +20,11 @@
 // Values cross into a plugin as `const __zxArray*`, the address of a zo_obj;
 // a result is a zo_obj made with `new` that the core adopts.
 //
+// Public way in: global::plugin_mgr() (the manager) and
+// internal::plugin_manager_data::get_instance() (overloads, and
+// current_plugin() while a plugin loads) are the interface for hosts and
+// plugins, although their classes live in zorvat::internal.
+//
 // Single-threaded: no locks.
 #pragma once
 

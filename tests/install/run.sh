@@ -2,8 +2,9 @@
 # The installed package as host and plugin writers meet it.
 #   run.sh BUILD_DIR SOURCE_DIR [EXTRA_FLAGS]
 # Installs BUILD_DIR into a temporary prefix; builds consumer/ (a host and a
-# plugin) against it once through the CMake package and once through
-# pkg-config and runs both; runs the installed zorvat-host with the installed
+# plugin) against it through the CMake package and runs it; runs the README's
+# install commands (pkg-config) as written; checks what add_subdirectory
+# builds; runs the installed zorvat-host with the installed
 # sample plugin; checks that README's code samples are the consumer's files.
 # EXTRA_FLAGS (for example the sanitizer flags of the library's build) are
 # passed to every compile and link of the consumer.
@@ -47,21 +48,42 @@ LANGUAGE=en LC_ALL=en_US.UTF-8 "$tmp/cmake/tiny_host" "$tmp/cmake/plugin_root" "
 [ "$(cat "$tmp/en.out")" = "$expected" ] ||
   fail "English: expected '$expected', got '$(cat "$tmp/en.out")' (installed catalogue not found?)"
 
-# 2. pkg-config.
-export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
-cflags=$(pkg-config --cflags zorvat_core) || fail "pkg-config does not know zorvat_core"
-libs=$(pkg-config --libs zorvat_core)
-libdir=$(pkg-config --variable=libdir zorvat_core)
-mkdir -p "$tmp/pc/root/plugins/units"
-# shellcheck disable=SC2086  # the flags are lists of words
-g++ -std=c++17 $flags $cflags "$here/consumer/host.cpp" -o "$tmp/pc/tiny_host" $libs \
-    -Wl,-rpath,"$libdir" || fail "building the host with pkg-config"
-# shellcheck disable=SC2086
-g++ -std=c++17 -shared -fPIC $flags $cflags "$here/consumer/units.cpp" \
-    -o "$tmp/pc/root/plugins/units/main.so" $libs || fail "building the plugin with pkg-config"
-check_run pkg-config "$tmp/pc/tiny_host" "$tmp/pc/root"
+# 2. The README's install commands, as written (with its own prefix, and the
+# sanitizer flags added to each g++), in a folder holding host.cpp, units.cpp
+# and a link to the build tree.
+mkdir -p "$tmp/readme"
+cp "$here/consumer/host.cpp" "$here/consumer/units.cpp" "$tmp/readme/"
+ln -s "$build" "$tmp/readme/build"
+awk '
+  $0 == "<!-- run by tests/install/run.sh -->" { grab = 1; next }
+  grab == 1 && /^```/ { grab = 2; next }
+  grab == 2 && /^```/ { exit }
+  grab == 2 { print }' "$src/README.md" >"$tmp/readme.sh"
+grep -q '^PREFIX=' "$tmp/readme.sh" ||
+  fail "README.md: no install commands marked <!-- run by tests/install/run.sh -->"
+sed -e "s|^PREFIX=[^ ]*|PREFIX='$tmp/readme-prefix'|" -e "s|^g++ |g++ $flags |" \
+    "$tmp/readme.sh" >"$tmp/readme/commands.sh"
+(cd "$tmp/readme" && env -u PKG_CONFIG_PATH -u LD_LIBRARY_PATH LC_ALL=C LANGUAGE= \
+   sh -eu commands.sh >"$tmp/out" 2>"$tmp/readme.err") ||
+  { cat "$tmp/readme.err" >&2; fail "the README's install commands failed"; }
+# What the host printed, without cmake --install's "-- Installing" lines.
+grep -v '^-- ' "$tmp/out" >"$tmp/host.txt" || true
+diff -u "$here/expected.out" "$tmp/host.txt" || fail "the README's install commands: unexpected output"
 
-# 3. The installed reference host finds its library and the installed plugin.
+# 3. add_subdirectory from a consumer gives the library and the host only,
+# unless the consumer asks for the tests and the benchmarks.
+mkdir -p "$tmp/sub"
+printf 'cmake_minimum_required(VERSION 3.16)\nproject(sub LANGUAGES CXX)\nadd_subdirectory("%s" zorvat)\n' \
+  "$src" >"$tmp/sub/CMakeLists.txt"
+cmake -S "$tmp/sub" -B "$tmp/sub/b" >/dev/null || fail "configuring with add_subdirectory"
+cmake --build "$tmp/sub/b" --target help >"$tmp/sub/targets"
+grep -q 'zorvat-host' "$tmp/sub/targets" || fail "add_subdirectory: no zorvat-host"
+! grep -Eq '(test|bench)_' "$tmp/sub/targets" || fail "add_subdirectory builds tests or benchmarks by default"
+cmake -S "$tmp/sub" -B "$tmp/sub/b" -DZORVAT_BUILD_TESTS=ON -DZORVAT_BUILD_BENCH=ON >/dev/null ||
+  fail "configuring with ZORVAT_BUILD_TESTS and ZORVAT_BUILD_BENCH"
+cmake --build "$tmp/sub/b" --target help | grep -q 'bench_' || fail "ZORVAT_BUILD_BENCH=ON gives no benchmarks"
+
+# 4. The installed reference host finds its library and the installed plugin.
 if [ -x "$prefix/bin/zorvat-host" ]; then
   # Its default plugin root is the installation's <prefix>/lib/zorvat.
   env -u ZORVAT_PLUGIN_PATH LC_ALL=C "$prefix/bin/zorvat-host" \
@@ -70,7 +92,7 @@ if [ -x "$prefix/bin/zorvat-host" ]; then
   grep -q "2 + 2i + 3j + 4k" "$tmp/host.out" || { cat "$tmp/host.out"; fail "the installed quaternion plugin"; }
 fi
 
-# 4. README shows these very files.
+# 5. README shows these very files.
 for f in host.cpp units.cpp CMakeLists.txt; do
   awk -v want="consumer/$f" '
     $0 == "<!-- tests/install/" want " -->" { grab = 1; next }
