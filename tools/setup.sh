@@ -7,7 +7,7 @@
 set -euo pipefail
 
 packages=(g++ cmake make pkg-config libboost-dev libgtest-dev libbenchmark-dev
-          gettext libeigen3-dev)
+          gettext libeigen3-dev libedit-dev)
 
 has_english_locale() {
   locale -a 2>/dev/null | grep -Eqx 'en_US\.(utf8|UTF-8)'
