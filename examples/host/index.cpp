@@ -74,6 +74,7 @@ std::vector<long> result_dims(const std::vector<long>& src, const std::vector<su
   if (subs.size() > 1) {
     std::vector<long> d;
     for (size_t k = 0; k < subs.size(); ++k) d.push_back(count_of(subs[k], ext[k]));
+    while (d.size() > 2 && d.back() == 1) d.pop_back();  // trailing singletons go
     return d;
   }
   const long n = count_of(subs[0], ext[0]);
