@@ -91,7 +91,9 @@ matrix<T> gather(const matrix<T>& in, const std::vector<subscript>& subs, int co
   const matrix<T> src = in.contiguous();
   const std::vector<long> ext = extents(src.dim_vec(), subs.size());
   check_range(subs, ext, col);
-  matrix<T> out(result_dims(src.dim_vec(), subs, ext));
+  const std::vector<long> dims = result_dims(src.dim_vec(), subs, ext);
+  checked_count(dims, col);
+  matrix<T> out(dims);
   for_each_selected(subs, ext, [&](long o, long lin) { out.data()[o] = src.data()[lin]; });
   return out;
 }
@@ -128,6 +130,12 @@ std::vector<long> grown_dims(std::vector<long> d, const std::vector<subscript>& 
 
 template <class T>
 void scatter(matrix<T>& m, const std::vector<subscript>& subs, const matrix<T>& rhs, int col) {
+  if (m.offset() != 0 || !m.is_contiguous()) {  // a view: repack it, elements are written by position
+    matrix<T> packed(m.dim_vec());
+    T* p = packed.data();
+    for (auto it = m.begin(); m.size() > 0 && it != m.end(); ++it) *p++ = *it;
+    m = std::move(packed);
+  }
   std::vector<long> d = grown_dims(m.dim_vec(), subs, col);
   if (d != m.dim_vec()) m.conservative_resize(d);
   const std::vector<long> ext = extents(m.dim_vec(), subs.size());
