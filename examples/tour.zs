@@ -34,8 +34,29 @@ cl = {1, 'a'; [1 2 3], "s"}
 st = struct('name', 'Ada', 'year', 1843, 'tags', {'x', 'y'})
 sp = sparse([1 3 2], [1 1 4], [10 -20 30.5], 3, 4)
 fh = @quat
-% The core has no arithmetic: operators are dispatched to plugins.
-1 + 2
+% The host computes on the built-in kinds with matrix<T>: elementwise with
+% scalar expansion, integer types saturate, * is the matrix product.
+format compact
+a = [1 2; 3 4];
+a + 10
+a .* a
+a * [1; -1]
+a'
+int8([100 -100]) * 2
+single(1) / 3
+b = a >= 2 & a < 4
+r = 1:0.5:3
+% Indexing, and assignment that grows an array.
+a(2, :)
+a(end)
+a(:)'
+cl{2, 1}(2)
+st.year - 1800
+g = [];
+g(2, 3) = 5
+a(3, 1)
+format loose
+% Operators on objects of a plugin's types go to the plugin.
 plugin load quaternion
 plugin list
 help quat

@@ -35,13 +35,34 @@ std::string host_help() {
       "  数值 1 2.5 1e3 2i Inf NaN，true/false，矩阵 [1 2; 3 4]，'字符数组'，\"字符串\"，单元 {1, 'a'}\n"
       "  int8(...) … uint64(...)、single、double、logical、char、zeros、ones、reshape、\n"
       "  complex(re, im)、sparse(i, j, v, m, n)、struct('name', value, ...)、@name，以及插件函数 f(a, b)\n"
-      "  运算符 + - .* ./ .\\ * / \\ .^ ^ < > <= >= ~= == & | 与一元 - + ~、' .' 都交给插件处理：\n"
-      "  核心库本身没有算术，所以 1 + 2 会显示分派器的错误。\n"
+      "  运算符 + - .* ./ .\\ .^ < > <= >= ~= == & | 与一元 - + ~、' .' 逐元素计算（标量自动扩展），\n"
+      "  * 是矩阵乘法；范围 a:b、a:s:b；下标 x(i)、x(i,j)、x(:)、x(end)、c{i}、s.name；赋值 x(2,3) = 5\n"
+      "  插件对象参与的运算交给插件处理。\n"
       "命令：format short|long|shorte|longe|hex|+|compact|loose，plugin load NAME [参数...]，\n"
       "  plugin unload NAME，plugin list，help NAME，who，path，clear [NAME...]，exit\n");
 }
 
 }  // namespace
+
+const char* const command_words[] = {"format", "plugin", "help", "who", "path", "clear", "exit"};
+const size_t command_count = sizeof command_words / sizeof command_words[0];
+
+bool session::is_known_name(const std::string& name) const {
+  for (const auto& n : known_names())
+    if (n == name) return true;
+  return false;
+}
+
+std::vector<std::string> session::known_names() const {
+  std::vector<std::string> names(command_words, command_words + command_count);
+  for (const auto& v : vars_) names.push_back(v.first);
+  for (const char* b : builtin_names()) names.push_back(b);
+  auto& mgr = zorvat::global::plugin_mgr();
+  for (const auto& p : plugins_)
+    if (mgr.is_loaded(p))
+      for (const auto& f : mgr.get_export_function_list(p)) names.push_back(f);
+  return names;
+}
 
 bool session::run_command(const std::vector<std::string>& w) {
   const std::string& cmd = w[0];
@@ -87,7 +108,17 @@ bool session::run_command(const std::vector<std::string>& w) {
       out(host_help());
       return true;
     }
+    for (const char* c : command_words)
+      if (w[1] == c) {
+        out(host_help());
+        return true;
+      }
+    if (const char* b = builtin_help(w[1])) {
+      out(b + std::string("\n"));
+      return true;
+    }
     const char* h = zorvat::global::plugin_mgr().get_function_help_by_name(w[1]);
+    if (!h && !is_known_name(w[1])) throw host_error(str_format(tr("未知的名称 %s"), w[1].c_str()), 0);
     if (!h) throw host_error(str_format(tr("%s 没有帮助文本"), w[1].c_str()), 0);
     out(std::string(h) + "\n");
     return true;

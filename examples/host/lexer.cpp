@@ -16,7 +16,7 @@ namespace {
 // Longest first, so ".*" wins over ".".
 const char* const operators[] = {".^", ".*", "./", ".\\", ".'", "<=", ">=", "~=", "==", "+", "-", "*",
                                  "/",  "\\", "^",  "<",  ">",  "&",  "|",  "~",  "'",  "(", ")", "[",
-                                 "]",  "{",  "}",  ",",  ";",  "=",  "@"};
+                                 "]",  "{",  "}",  ",",  ";",  "=",  "@",  ":", "."};
 
 bool ends_operand(const std::vector<token>& t) {
   if (t.empty()) return false;

@@ -2,29 +2,22 @@
 //
 //   zorvat-host [options] [FILE]        run FILE, or standard input
 //   zorvat-host -e 'x = int8([1 2])'    run the text
+//   zorvat-host --help | --version
 // Options: --plugin-root DIR, --data-dir DIR, --cache-dir DIR, --keep-going.
 // The plugin root is --plugin-root, else ZORVAT_PLUGIN_PATH, else the
 // installation's <prefix>/lib/zorvat (the build tree's <build>/plugin_root).
-// On a terminal the session is interactive (prompt ">> ", errors never end
-// it); a script stops at its first error with status 1; with --keep-going it
-// reports every error and goes on, ending with status 0.
+// On a terminal the session is interactive (line editing, history and
+// completion; errors and Ctrl-C never end it); a script stops at its first
+// error with status 1; with --keep-going it reports every error, goes on, and
+// ends with status 1 if there was any.
 //
 // --data-dir DIR is the data directory that the core is told of; its
 // locale/<lang>/LC_MESSAGES/zorvat_core.mo are the message catalogues.  By
 // default it is <exe dir>/../share/zorvat, which is both the installed data
 // directory (<prefix>/bin -> <prefix>/share/zorvat) and the build tree's
-// (<build>/examples -> <build>/share/zorvat).
-//
-// Messages follow the user's language: they are the Chinese originals unless
-// a catalogue of that language is found.  English is shown with an English
-// messages locale, which must be installed (tools/setup.sh makes en_US.UTF-8),
-// or with LANGUAGE=en under any messages locale except C/POSIX:
-//   LANGUAGE=en LC_ALL=en_US.UTF-8 zorvat-host ...   (LC_ALL, LC_MESSAGES or
-//   LANG=en_US.UTF-8 alone do as well)
-//   LANGUAGE=en LANG=C.UTF-8 zorvat-host ...         (no English locale needed)
-// With LC_ALL=C (or LC_MESSAGES=C, or nothing set) every message is the
-// Chinese original, whatever LANGUAGE says.  Numbers are always formatted as
-// in the C locale.
+// (<build>/examples -> <build>/share/zorvat).  Messages follow the user's
+// language, falling back to English (language.h).  Numbers are always
+// formatted as in the C locale.
 #include <locale.h>
 #include <unistd.h>
 
@@ -38,39 +31,52 @@
 #include "host/console.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
+#include "language.h"
 #include "session.h"
+#include "terminal.h"
+#include "zorvat_version.h"
 
 using zorvat::str_format;
 using zorvat::tr;
 
 namespace {
 
-// Runs the lines of `in`; returns the exit status.
-int run_stream(zorvat_host::session& s, std::istream& in, const std::string& where, bool interactive) {
+// Runs the lines of `in`; returns the exit status: 1 after an error (with
+// --keep-going, after the last line).
+int run_stream(zorvat_host::session& s, std::istream& in, const std::string& where) {
   int status = 0, line_no = 0;
   std::string line;
-  while (!s.exit_requested()) {
-    if (interactive) zorvat::write_to_cout_flush(">> ");
-    if (!std::getline(in, line)) {
-      if (interactive) zorvat::write_to_cout_flush("\n");
-      break;
-    }
-    ++line_no;
-    // With --keep-going (and interactively) errors are reported and passed.
-    if (!s.run_line(line, where, line_no) && !interactive && !s.opts().keep_going) {
+  while (!s.exit_requested() && std::getline(in, line)) {
+    if (!s.run_line(line, where, ++line_no)) {
       status = 1;
-      break;
+      if (!s.opts().keep_going) break;
     }
   }
   return status;
 }
 
+const char* usage_text() {
+  return tr("用法：zorvat-host [--plugin-root DIR] [--data-dir DIR] [--cache-dir DIR] [--keep-going] "
+            "[-e TEXT]... [FILE]");
+}
+
 int usage(const std::string& msg) {
-  std::cerr << "zorvat-host: " << msg << "\n"
-            << tr("用法：zorvat-host [--plugin-root DIR] [--data-dir DIR] [--cache-dir DIR] [--keep-going] "
-                  "[-e TEXT]... [FILE]")
-            << "\n";
+  std::cerr << "zorvat-host: " << msg << "\n" << usage_text() << "\n";
   return 2;
+}
+
+int help() {
+  std::cout << usage_text() << "\n\n"
+            << tr("libzorvat_core 的参考宿主程序：运行 FILE、-e 给出的文本或标准输入中的命令。\n"
+                  "  -e TEXT             运行 TEXT（可以多次给出）\n"
+                  "  --plugin-root DIR   插件根目录（默认：环境变量 ZORVAT_PLUGIN_PATH，或安装目录中的插件）\n"
+                  "  --data-dir DIR      数据目录，其中的 locale/ 存放消息目录\n"
+                  "  --cache-dir DIR     缓存目录\n"
+                  "  --keep-going        出错后继续运行；有错误时退出状态为 1\n"
+                  "  --help, --version   显示本帮助或版本后退出\n"
+                  "在终端上交互运行时可以编辑命令行、翻阅历史、用 Tab 补全名称；输入 help 查看命令语言。")
+            << "\n";
+  return 0;
 }
 
 }  // namespace
@@ -80,12 +86,18 @@ int main(int argc, char** argv) {
   // stays "C", so numbers keep their '.' whatever the user's locale.
   setlocale(LC_MESSAGES, "");
   setlocale(LC_CTYPE, "");
+  zorvat_host::choose_message_language();
   zorvat_host::options opts;
   std::string file, texts;
   bool have_text = false;
   for (int k = 1; k < argc; ++k) {
     const std::string a = argv[k];
     const bool has_value = k + 1 < argc;
+    if (a == "--help") return help();
+    if (a == "--version") {
+      std::cout << "zorvat-host " << ZORVAT_VERSION_STRING << " (libzorvat_core " << zorvat::version() << ")\n";
+      return 0;
+    }
     if (a == "--keep-going") opts.keep_going = true;
     else if (a == "-e" && has_value) texts += std::string(argv[++k]) + "\n", have_text = true;
     else if (a == "--plugin-root" && has_value) opts.plugin_root = argv[++k];
@@ -117,7 +129,7 @@ int main(int argc, char** argv) {
   int status = 0;
   if (have_text) {
     std::istringstream in(texts);
-    status = run_stream(s, in, "-e", false);
+    status = run_stream(s, in, "-e");
   }
   if (!file.empty() && !s.exit_requested() && (status == 0 || opts.keep_going)) {
     std::ifstream in(file, std::ios::binary);
@@ -125,9 +137,9 @@ int main(int argc, char** argv) {
       std::cerr << "zorvat-host: " << str_format(tr("无法打开文件 %s"), file.c_str()) << "\n";
       return 2;
     }
-    status = std::max(status, run_stream(s, in, file, false));
+    status = std::max(status, run_stream(s, in, file));
   } else if (!have_text && file.empty()) {
-    status = run_stream(s, std::cin, "stdin", isatty(STDIN_FILENO));
+    status = isatty(STDIN_FILENO) ? zorvat_host::run_terminal(s) : run_stream(s, std::cin, "stdin");
   }
   return status;
 }

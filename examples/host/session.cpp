@@ -2,16 +2,19 @@
 // language and its commands.
 //
 // Precedence, lowest first: |  &  comparisons  + -  * / \ .* ./ .\  unary - + ~
-// ^ .^  postfix ' .'.  Every operator is handed to the plugin manager's
-// dispatcher: the core has no arithmetic of its own.
+// :  ^ .^  postfix ' .' and subscripts.  Operators on the built-in numeric
+// kinds are computed by arith.cpp; any other operand (a plugin's object, a
+// cell, ...) sends the operator to the plugin manager's dispatcher.
 #include "session.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <sstream>
 
+#include "arith.h"
 #include "display/display.h"
 #include "host/console.h"
+#include "index.h"
 #include "lexer.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
@@ -51,7 +54,16 @@ const op_entry pow_ops[] = {{"^", zxOpPow}, {".^", zxOpElemPow}};
 const op_entry postfix_ops[] = {{"'", zxOpCTranspose}, {".'", zxOpTranspose}};
 #define OPS(t) t, sizeof(t) / sizeof(t[0])
 
+void check_interrupt() {
+  if (interrupt_requested) {
+    interrupt_requested = 0;
+    throw host_error(tr("已中断"), 0);
+  }
+}
+
 value_ptr apply(zxOperatorID op, const value_list& operands, int col) {
+  check_interrupt();
+  if (value_ptr r = builtin_operator(op, operands, col)) return r;
   value_list args = operands;
   int status = 0;
   try {
@@ -61,9 +73,9 @@ value_ptr apply(zxOperatorID op, const value_list& operands, int col) {
   }
 }
 
-const char* const command_words[] = {"format", "plugin", "help", "who", "path", "clear", "exit"};
-
 }  // namespace
+
+volatile std::sig_atomic_t interrupt_requested = 0;
 
 // The parser evaluates as it reads: each parse_* returns the value.
 class parser {
@@ -78,17 +90,34 @@ class parser {
         next();
         continue;
       }
+      check_interrupt();
       std::string name = "ans";
       bool store = true;
-      if (peek().kind == tok::ident && peek(1).kind == tok::op && peek(1).text == "=") {
+      value_ptr v;
+      const size_t close = peek().kind == tok::ident && (peek(1).kind == tok::op && (peek(1).text == "(" || peek(1).text == "{"))
+                               ? matching(pos_ + 1)
+                               : std::string::npos;
+      if (close != std::string::npos && t_[close + 1].kind == tok::op && t_[close + 1].text == "=") {
+        // name(i, j) = expr  or  name{i} = expr
         name = next().text;
-        next();
-      } else if (peek().kind == tok::ident && s_.vars_.count(peek().text) &&
-                 (peek(1).kind == tok::end || peek(1).text == "," || peek(1).text == ";")) {
-        name = peek().text;  // a bare variable is shown under its own name
-        store = false;
+        const bool brace = peek().text == "{";
+        const int col = peek().col;
+        auto var = s_.vars_.find(name);
+        const value_ptr target = var == s_.vars_.end() ? nullptr : var->second;
+        const std::vector<subscript> subs = index_args(target.get(), brace ? "}" : ")");
+        next();  // '='
+        v = index_assign(target, subs, brace, expr(), col);
+      } else {
+        if (peek().kind == tok::ident && peek(1).kind == tok::op && peek(1).text == "=") {
+          name = next().text;
+          next();
+        } else if (peek().kind == tok::ident && s_.vars_.count(peek().text) &&
+                   (peek(1).kind == tok::end || peek(1).text == "," || peek(1).text == ";")) {
+          name = peek().text;  // a bare variable is shown under its own name
+          store = false;
+        }
+        v = std::make_shared<zo_obj>(*expr());
       }
-      value_ptr v = std::make_shared<zo_obj>(*expr());
       bool shown = true;
       if (is_op(";")) shown = false;
       else if (!is_op(",") && peek().kind != tok::end)
@@ -104,6 +133,31 @@ class parser {
   const token& next() { return t_[std::min(pos_++, t_.size() - 1)]; }
   bool is_op(const char* s) const { return peek().kind == tok::op && peek().text == s; }
   bool in_list() const { return !lists_.empty() && lists_.back(); }
+  bool is_op_at(size_t k, const char* s) const { return peek(k).kind == tok::op && peek(k).text == s; }
+
+  // The position of the bracket that closes the one at position `open`, or
+  // npos when the line ends first.
+  size_t matching(size_t open) const {
+    long depth = 0;
+    for (size_t j = open; j < t_.size() && t_[j].kind != tok::end; ++j) {
+      if (t_[j].kind != tok::op) continue;
+      const std::string& o = t_[j].text;
+      if (o == "(" || o == "[" || o == "{") ++depth;
+      if ((o == ")" || o == "]" || o == "}") && --depth == 0) return j;
+    }
+    return std::string::npos;
+  }
+
+  // Counts the nesting of one expression level; too deep a line is refused
+  // before it can exhaust the stack.
+  struct depth_guard {
+    explicit depth_guard(parser& p) : p_(p) {
+      if (++p_.depth_ > max_nesting)
+        throw host_error(str_format(tr("表达式嵌套过深（最多 %d 层）"), max_nesting), p_.peek().col);
+    }
+    ~depth_guard() { --p_.depth_; }
+    parser& p_;
+  };
 
   static std::string describe(const token& t) {
     if (t.kind == tok::end) return tr("行尾");
@@ -131,9 +185,23 @@ class parser {
     return a;
   }
 
-  value_ptr expr() { return binary(OPS(or_ops), &parser::and_expr); }
+  value_ptr expr() {
+    depth_guard guard(*this);
+    return binary(OPS(or_ops), &parser::and_expr);
+  }
   value_ptr and_expr() { return binary(OPS(and_ops), &parser::cmp_expr); }
-  value_ptr cmp_expr() { return binary(OPS(cmp_ops), &parser::add_expr); }
+  value_ptr cmp_expr() { return binary(OPS(cmp_ops), &parser::range_expr); }
+  // a:b and a:s:b
+  value_ptr range_expr() {
+    value_ptr a = add_expr();
+    if (!is_op(":")) return a;
+    const int col = next().col;
+    value_ptr b = add_expr();
+    if (!is_op(":")) return make_range(*a, nullptr, *b, col);
+    next();
+    value_ptr c = add_expr();
+    return make_range(*a, b.get(), *c, col);
+  }
   value_ptr add_expr() { return binary(OPS(add_ops), &parser::mul_expr); }
   value_ptr mul_expr() { return binary(OPS(mul_ops), &parser::unary_expr); }
 
@@ -157,6 +225,7 @@ class parser {
   value_ptr unary_expr() {
     if (value_ptr v = signed_literal()) return v;
     if (zxOperatorID op = find_op(OPS(unary_ops), peek())) {
+      depth_guard guard(*this);
       const int col = next().col;
       return apply(op, {unary_expr()}, col);
     }
@@ -166,6 +235,7 @@ class parser {
   value_ptr power_operand() {
     if (value_ptr v = signed_literal()) return v;
     if (zxOperatorID op = find_op(OPS(unary_ops), peek())) {
+      depth_guard guard(*this);
       const int col = next().col;
       return apply(op, {power_operand()}, col);
     }
@@ -199,6 +269,60 @@ class parser {
     expect(")");
     lists_.pop_back();
     return args;
+  }
+
+  // The subscripts of "(...)" or "{...}" into target (null: not defined
+  // yet); `end` in subscript k stands for that subscript's extent.
+  std::vector<subscript> index_args(const zo_obj* target, const char* close) {
+    const size_t end_pos = matching(pos_);
+    size_t n = 0;
+    if (end_pos != std::string::npos && end_pos > pos_ + 1) {
+      n = 1;
+      long depth = 0;
+      for (size_t j = pos_ + 1; j < end_pos; ++j) {
+        const std::string& o = t_[j].kind == tok::op ? t_[j].text : std::string();
+        if (o == "(" || o == "[" || o == "{") ++depth;
+        if (o == ")" || o == "]" || o == "}") --depth;
+        if (o == "," && depth == 0) ++n;
+      }
+    }
+    next();  // '(' or '{'
+    lists_.push_back(false);
+    std::vector<subscript> subs;
+    for (size_t k = 0; k < n; ++k) {
+      if (k > 0) expect(",");
+      if (is_op(":") && (is_op_at(1, ",") || is_op_at(1, close))) {
+        next();
+        subs.push_back(subscript::all());
+        continue;
+      }
+      const int col = peek().col;
+      ends_.push_back(end_extent(target, k, n));
+      value_ptr v = expr();
+      ends_.pop_back();
+      subs.push_back(read_subscript(*v, col));
+    }
+    expect(close);
+    lists_.pop_back();
+    return subs;
+  }
+
+  // A variable followed by subscripts and fields: x(i, j), c{i}, s.name.
+  value_ptr subscripted(value_ptr v) {
+    while (true) {
+      const bool glued = !(in_list() && peek().space_before);
+      if ((is_op("(") || is_op("{")) && glued) {
+        const bool brace = is_op("{");
+        const int col = peek().col;
+        const std::vector<subscript> subs = index_args(v.get(), brace ? "}" : ")");
+        v = index_read(*v, subs, brace, col);
+      } else if (is_op(".") && glued && peek(1).kind == tok::ident) {
+        const int col = next().col;
+        v = field_read(*v, next().text, col);
+      } else {
+        return v;
+      }
+    }
   }
 
   value_ptr primary() {
@@ -240,12 +364,10 @@ class parser {
 
   value_ptr name_or_call() {
     const token t = next();
+    if (t.text == "end" && !ends_.empty()) return std::make_shared<zo_obj>(static_cast<double>(ends_.back()));
     const bool call = is_op("(") && !(in_list() && peek().space_before);
     auto var = s_.vars_.find(t.text);
-    if (var != s_.vars_.end()) {
-      if (call) throw host_error(str_format(tr("不支持对变量 %s 取下标"), t.text.c_str()), peek().col);
-      return var->second;
-    }
+    if (var != s_.vars_.end()) return subscripted(var->second);
     if (!call) {
       if (t.text == "true" || t.text == "false") return std::make_shared<zo_obj>(t.text == "true");
       if (t.text == "Inf") return std::make_shared<zo_obj>(HUGE_VAL);
@@ -329,6 +451,8 @@ class parser {
   std::vector<token> t_;
   size_t pos_ = 0;
   std::vector<bool> lists_;  // innermost bracket: true inside [ ] and { }
+  std::vector<long> ends_;   // what `end` stands for, innermost subscript last
+  int depth_ = 0;
 };
 
 session::session(options opts) : opts_(std::move(opts)) {}
@@ -380,8 +504,8 @@ bool session::run_line(const std::string& line, const std::string& where, int li
     std::vector<std::string> words;
     for (std::string w; words_in >> w;) words.push_back(w);
     bool command = false;
-    for (const char* c : command_words)
-      command = command || (!words.empty() && words[0] == c && (words.size() == 1 || words[1][0] != '='));
+    for (size_t k = 0; k < command_count; ++k)
+      command = command || (!words.empty() && words[0] == command_words[k] && (words.size() == 1 || words[1][0] != '='));
     if (command) return run_command(words);
     parser p(*this, tokenize(line));
     p.statements([&](const std::string& name, const value_ptr& v, bool shown) {

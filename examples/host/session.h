@@ -11,6 +11,7 @@
 //   s.run_line("x = int8([1 2; 3 4])", "-e", 1);
 #pragma once
 
+#include <csignal>
 #include <map>
 #include <memory>
 #include <set>
@@ -43,6 +44,10 @@ class session {
                      std::vector<value_ptr>& results, int col);
 
   bool exit_requested() const { return exit_; }
+  // Whether a name is a variable, a command, a built-in or a loaded plugin's
+  // function; and every such name (for completion).
+  bool is_known_name(const std::string& name) const;
+  std::vector<std::string> known_names() const;
   const options& opts() const { return opts_; }
 
   // The workspace and the search path, read and written by the host bridge.
@@ -60,6 +65,19 @@ class session {
   std::set<std::string> plugins_;
   bool exit_ = false;
 };
+
+// Set by the interactive host's SIGINT handler (and nothing else there): the
+// evaluator stops with an error at the next statement or operator, between
+// calls into the library, so no library state is left half-changed.
+extern volatile std::sig_atomic_t interrupt_requested;
+
+// The deepest nesting of brackets and unary operators that a line may have;
+// deeper lines are refused with an error instead of exhausting the stack.
+constexpr int max_nesting = 200;
+
+// The command words, in the order of `help`.
+extern const char* const command_words[];
+extern const size_t command_count;
 
 // The one session of the process, for the host's query callbacks.
 session*& current_session();

@@ -11,12 +11,12 @@
 #include "sparse/sparse_matrix.h"
 #include "value/cell_array.h"
 #include "value/structure.h"
+#include "typed.h"
 
 namespace zorvat_host {
 
 using zorvat::str_format;
 using zorvat::tr;
-using cplx = std::complex<double>;
 
 long num_array::count() const {
   long n = 1;
@@ -24,61 +24,28 @@ long num_array::count() const {
   return n;
 }
 
+long& element_limit() {
+  static long limit = 1L << 40;
+  return limit;
+}
+
+static host_error impossible_size(int col) {
+  return host_error(str_format(tr("所需的数组大小无法实现（超过 %ld 个元素）"), element_limit()), col);
+}
+
+long checked_count(const std::vector<long>& dims, int col) {
+  long n = 1;
+  for (long d : dims)
+    if (d < 0 || __builtin_mul_overflow(n, d, &n) || n > element_limit()) throw impossible_size(col);
+  return n;
+}
+
+long checked_count_d(double n, int col) {
+  if (!(n >= 0) || n > static_cast<double>(element_limit())) throw impossible_size(col);
+  return static_cast<long>(n);
+}
+
 namespace {
-
-// Calls f(T{}) with the element type of dense kind t (1..14).
-template <class F>
-auto with_element_type(zorvat::zo_type t, F&& f) {
-  switch (t) {
-    case zorvat::type_int8: return f((signed char)0);
-    case zorvat::type_int16: return f((short)0);
-    case zorvat::type_int32: return f((int)0);
-    case zorvat::type_int64: return f((long)0);
-    case zorvat::type_uint8: return f((unsigned char)0);
-    case zorvat::type_uint16: return f((unsigned short)0);
-    case zorvat::type_uint32: return f((unsigned int)0);
-    case zorvat::type_uint64: return f((unsigned long)0);
-    case zorvat::type_single: return f(0.0f);
-    case zorvat::type_complex_double: return f(cplx());
-    case zorvat::type_complex_single: return f(std::complex<float>());
-    case zorvat::type_char: return f((char)0);
-    case zorvat::type_logical: return f(false);
-    default: return f(0.0);
-  }
-}
-
-template <class T>
-cplx to_cplx(const T& x) {
-  if constexpr (std::is_same_v<T, cplx> || std::is_same_v<T, std::complex<float>>)
-    return cplx(x.real(), x.imag());
-  else if constexpr (std::is_same_v<T, char>)
-    return cplx(static_cast<unsigned char>(x), 0);
-  else
-    return cplx(static_cast<double>(x), 0);
-}
-
-template <class T>
-T from_cplx(cplx z, int col) {
-  const double x = z.real();
-  if constexpr (std::is_same_v<T, cplx>) {
-    return z;
-  } else if constexpr (std::is_same_v<T, std::complex<float>>) {
-    return std::complex<float>(static_cast<float>(z.real()), static_cast<float>(z.imag()));
-  } else if constexpr (std::is_floating_point_v<T>) {
-    return static_cast<T>(x);
-  } else if constexpr (std::is_same_v<T, bool>) {
-    if (std::isnan(x)) throw host_error(tr("NaN 不能转换为逻辑值"), col);
-    return x != 0 || z.imag() != 0;
-  } else {
-    // Integers (and char codes): round half away from zero, saturate, NaN is 0.
-    using L = std::numeric_limits<std::conditional_t<std::is_same_v<T, char>, unsigned char, T>>;
-    if (std::isnan(x)) return T(0);
-    const double r = std::round(x);
-    if (r <= static_cast<double>(L::min())) return static_cast<T>(L::min());
-    if (r >= static_cast<double>(L::max())) return static_cast<T>(L::max());
-    return static_cast<T>(static_cast<long double>(r));
-  }
-}
 
 double scalar_arg(const zo_obj& v, const char* what, int col) {
   num_array a = read_array(v, col);
@@ -122,6 +89,8 @@ value_ptr make_sparse(const num_array& i, const num_array& j, const num_array& v
     const long r = index_arg(i.v[k].real() - 1, tr("行下标"), col);
     const long c = index_arg(j.v[k].real() - 1, tr("列下标"), col);
     if ((m >= 0 && r >= m) || (n >= 0 && c >= n)) throw host_error(tr("稀疏矩阵的下标超出给定的大小"), col);
+    checked_count({r + 1, 1}, col);
+    checked_count({c + 1, 1}, col);
     t.push_back({from_cplx<T>(v.v[v.count() == 1 ? 0 : k], col), c, r});
   }
   return std::make_shared<zo_obj>(kind, new zorvat::sparse_matrix<T>(t, m < 0 ? 0 : m, n < 0 ? 0 : n));
@@ -137,6 +106,8 @@ value_ptr sparse_builtin(const value_list& args, int col) {
   if (args.size() == 5) {
     m = index_arg(scalar_arg(*args[3], "m", col), "m", col);
     n = index_arg(scalar_arg(*args[4], "n", col), "n", col);
+    checked_count({m, 1}, col);
+    checked_count({n, 1}, col);
   }
   if (v.type == zorvat::type_logical)
     return make_sparse<bool>(i, j, v, m, n, zorvat::type_sparse_logical, col);
@@ -165,31 +136,27 @@ num_array read_array(const zo_obj& v, int col) {
     throw host_error(str_format(tr("不能把 %s 类型的值用作数值数组"), v.brief_type_str().c_str()), col);
   num_array a;
   a.type = v.type;
-  with_element_type(v.type, [&](auto t) {
-    using T = decltype(t);
+  visit_arith(v.type, [&](auto tag) {
+    using T = typename decltype(tag)::type;
     const auto& m = v.get<zorvat::matrix<T>>();
     a.dims = m.dim_vec();
     a.v.reserve(m.size());
     if (m.size() > 0)
       for (auto it = m.begin(); it != m.end(); ++it) a.v.push_back(to_cplx(*it));
     return 0;
-  });
+  }, col);
   return a;
 }
 
 zo_obj make_array(zorvat::zo_type t, const num_array& a, int col) {
-  return with_element_type(t, [&](auto z) {
-    using T = decltype(z);
-    auto* m = new zorvat::matrix<T>(a.dims);
-    T* p = m->data();
-    try {
-      for (size_t k = 0; k < a.v.size(); ++k) p[k] = from_cplx<T>(a.v[k], col);
-    } catch (...) {
-      delete m;
-      throw;
-    }
-    return zo_obj(t, m);
-  });
+  checked_count(a.dims, col);
+  return visit_arith(t, [&](auto tag) {
+    using T = typename decltype(tag)::type;
+    zorvat::matrix<T> m(a.dims);
+    T* p = m.data();
+    for (size_t k = 0; k < a.v.size(); ++k) p[k] = from_cplx<T>(a.v[k], col);
+    return zo_obj(*wrap(std::move(m)));
+  }, col);
 }
 
 zo_obj concat_rows(const std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols) {
@@ -226,7 +193,7 @@ zo_obj concat_rows(const std::vector<std::vector<value_ptr>>& rows, const std::v
   }
   num_array out;
   out.dims = {total_rows, total_cols < 0 ? 0 : total_cols};
-  out.v.assign(out.count(), cplx());
+  out.v.assign(checked_count(out.dims, row_cols.empty() ? 0 : row_cols[0]), cplx());
   long row0 = 0;
   for (const auto& row : parts) {
     long col0 = 0;
@@ -247,10 +214,27 @@ zo_obj concat_rows(const std::vector<std::vector<value_ptr>>& rows, const std::v
   return make_array(kind, out, row_cols.empty() ? 0 : row_cols[0]);
 }
 
-bool is_builtin(const std::string& name) {
+const char* const builtin_functions[] = {"zeros", "ones", "reshape", "complex", "sparse", "struct"};
+
+bool is_builtin(const std::string& name) { return builtin_help(name) != nullptr; }
+
+std::vector<const char*> builtin_names() {
+  std::vector<const char*> names;
+  for (const auto& c : casts) names.push_back(c.name);
+  for (const char* b : builtin_functions) names.push_back(b);
+  return names;
+}
+
+const char* builtin_help(const std::string& name) {
   for (const auto& c : casts)
-    if (name == c.name) return true;
-  return name == "complex" || name == "zeros" || name == "ones" || name == "reshape" || name == "sparse" || name == "struct";
+    if (name == c.name) return tr("类型转换：整数类型四舍五入并饱和，logical 取“非零”");
+  if (name == "zeros") return tr("zeros(m, n, ...)：元素全为 0 的双精度数组");
+  if (name == "ones") return tr("ones(m, n, ...)：元素全为 1 的双精度数组");
+  if (name == "reshape") return tr("reshape(x, m, n, ...)：同样的元素，新的维数");
+  if (name == "complex") return tr("complex(re, im)：由实部和虚部组成的复数数组");
+  if (name == "sparse") return tr("sparse(i, j, v, m, n)：由下标和值组成的稀疏矩阵");
+  if (name == "struct") return tr("struct('name', value, ...)：结构体");
+  return nullptr;
 }
 
 value_ptr call_builtin(const std::string& name, const value_list& args, int col) {
@@ -262,7 +246,7 @@ value_ptr call_builtin(const std::string& name, const value_list& args, int col)
   if (name == "zeros" || name == "ones") {
     num_array a;
     a.dims = dims_args(args, 0, col);
-    a.v.assign(a.count(), cplx(name == "ones" ? 1 : 0, 0));
+    a.v.assign(checked_count(a.dims, col), cplx(name == "ones" ? 1 : 0, 0));
     return std::make_shared<zo_obj>(make_array(zorvat::type_double, a, col));
   }
   if (name == "reshape") {

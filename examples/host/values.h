@@ -34,13 +34,22 @@ class host_error : public std::runtime_error {
   int col_;
 };
 
-// The elements of a dense array, column-major, with its kind and dims.
+// The elements of a dense array, column-major, with its kind and dims (the
+// neutral form of the constructors and of matrix literals).
 struct num_array {
   zorvat::zo_type type = zorvat::type_double;
   std::vector<long> dims{0, 0};
   std::vector<std::complex<double>> v;
   long count() const;
 };
+
+// The largest number of elements that a value made by the host may have;
+// a larger one is an impossible size.  The fuzz target lowers it.
+long& element_limit();
+// The element count of dims, or of a count given as a double; throws
+// host_error(col) when it overflows or passes element_limit().
+long checked_count(const std::vector<long>& dims, int col);
+long checked_count_d(double n, int col);
 
 // Whether v is a dense array of kinds 1..14 (numeric, char or logical).
 bool is_dense_kind(const zo_obj& v);
@@ -59,5 +68,9 @@ zo_obj concat_rows(const std::vector<std::vector<value_ptr>>& rows, const std::v
 // args are the evaluated arguments; col is the column of the call.
 value_ptr call_builtin(const std::string& name, const value_list& args, int col);
 bool is_builtin(const std::string& name);
+// The names of the built-in functions, and the one-line help of one (null
+// when `name` is none of them).
+std::vector<const char*> builtin_names();
+const char* builtin_help(const std::string& name);
 
 }  // namespace zorvat_host

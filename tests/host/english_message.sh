@@ -1,9 +1,10 @@
 #!/bin/sh
 # english_message.sh HOST EN_PO
-# One library error shown by zorvat-host twice: with an English locale and
-# LANGUAGE=en it must be the English text of po/en.po, with LC_ALL=C the
-# Chinese original.  Both are built from the same msgid/msgstr pair of EN_PO,
-# so the test follows any rewording of the translation.
+# One library error shown by zorvat-host under several locales: English (the
+# text of po/en.po) for English, for languages without a catalogue of their
+# own (French, German) and for the C locale; the Chinese original under a
+# Chinese locale or LANGUAGE.  Both are built from the same msgid/msgstr pair
+# of EN_PO, so the test follows any rewording of the translation.
 host=$1 po=$2
 
 if ! locale -a 2>/dev/null | grep -Eqx 'en_US\.(utf8|UTF-8)'; then
@@ -25,7 +26,7 @@ translation() {
 }
 
 # The warning of the plugin manager, then the dispatcher's error for the
-# operator '+' at column 3.
+# operator '+' at column 5.
 warning_id='警告：无法加载 zex 库，部分插件可能无法正常工作'
 operator_id='错误 - 运算符 %s 不支持该类型的输入参数组合'
 warning_en=$(translation "$warning_id")
@@ -46,8 +47,8 @@ status=0
 check() {
   name=$1 warning=$2 operator=$3
   shift 3
-  expected=$(printf '%s\n-e:1:3: ' "$warning"; printf "$operator" '+')
-  actual=$(env -u LANGUAGE -u LANG -u LC_ALL -u LC_MESSAGES "$@" "$host" -e '1 + 2' 2>&1 >/dev/null)
+  expected=$(printf '%s\n-e:1:5: ' "$warning"; printf "$operator" '+')
+  actual=$(env -u LANGUAGE -u LANG -u LC_ALL -u LC_MESSAGES "$@" "$host" -e '{1} + 2' 2>&1 >/dev/null)
   if [ "$actual" != "$expected" ]; then
     printf 'FAIL (%s):\n  expected: %s\n  actual:   %s\n' "$name" "$expected" "$actual" >&2
     status=1
@@ -55,6 +56,12 @@ check() {
 }
 check english "$warning_en" "$operator_en" LANGUAGE=en LC_ALL=en_US.UTF-8
 check english-locale "$warning_en" "$operator_en" LC_ALL=en_US.UTF-8
-check c "$warning_id" "$operator_id" LC_ALL=C
-check language-ignored-under-c "$warning_id" "$operator_id" LANGUAGE=en LC_ALL=C
+check c "$warning_en" "$operator_en" LC_ALL=C
+check nothing-set "$warning_en" "$operator_en"
+check c-utf8 "$warning_en" "$operator_en" LANG=C.UTF-8
+check language-under-c "$warning_en" "$operator_en" LANGUAGE=en LC_ALL=C
+check french "$warning_en" "$operator_en" LC_ALL=fr_FR.UTF-8
+check german-language "$warning_en" "$operator_en" LANGUAGE=de:fr LC_ALL=en_US.UTF-8
+check chinese "$warning_id" "$operator_id" LC_ALL=zh_CN.UTF-8
+check chinese-language "$warning_id" "$operator_id" LANGUAGE=zh_CN LC_ALL=C
 exit $status

@@ -1,12 +1,26 @@
 #!/bin/sh
 # An interactive session on a pseudo-terminal (through script(1)): the host
-# shows its prompt and lays out columns for the terminal's real width.
+# shows its prompt and lays out columns for the terminal's real width; Ctrl-C
+# cancels the line being typed and keeps the session, Tab completes a
+# variable's name, and the lines are kept in the history file.
 #   interactive.sh ZORVAT_HOST
 host="$1"
 run() {  # run COLUMNS-of-the-terminal
   printf 'x = ones(2, 12)\nexit\n' |
-    env -u COLUMNS script -qec "stty cols $1 rows 24; '$host'" /dev/null | tr -d '\r'
+    env -u COLUMNS LC_ALL=zh_CN.UTF-8 script -qec "stty cols $1 rows 24; '$host'" /dev/null | tr -d '\r'
 }
+data=$(mktemp -d) || exit 1
+trap 'rm -rf "$data"' EXIT
+# Keys typed with pauses, so that each reaches the line editor on its own.
+keys() {
+  printf 'longname = 5;\n'; sleep 0.3
+  printf 'abc'; sleep 0.3
+  printf '\003'; sleep 0.3
+  printf 'longn\t + 1\n'; sleep 0.3
+  printf 'exit\n'
+}
+edited=$(keys | env -u COLUMNS XDG_DATA_HOME="$data" LC_ALL=zh_CN.UTF-8 \
+         script -qec "stty cols 80 rows 24; '$host'" /dev/null | tr -d '\r')
 narrow=$(run 40) || exit 1
 wide=$(run 200) || exit 1
 fail=0
@@ -15,5 +29,8 @@ check 'printf "%s" "$narrow" | grep -q "^>> x ="' "the prompt is shown on a term
 check 'printf "%s" "$narrow" | grep -q "1 -- 10$"' "a 40-column terminal pages the columns"
 check 'printf "%s" "$narrow" | grep -q "11 -- 12$"' "the second page holds the rest"
 check '! printf "%s" "$wide" | grep -q " -- "' "a 200-column terminal shows one page"
-[ $fail -eq 0 ] && echo "interactive: prompt and width-dependent layout as expected"
+check 'printf "%s" "$edited" | grep -q "^   6$"' "Ctrl-C keeps the session and Tab completes longname"
+check '! printf "%s" "$edited" | grep -q "错误"' "Ctrl-C drops the line being typed (no error for abc)"
+check 'grep -q "^longname.*1$" "$data/zorvat/history"' "the history file holds the lines"
+[ $fail -eq 0 ] && echo "interactive: prompt, layout, Ctrl-C, completion and history as expected"
 exit $fail

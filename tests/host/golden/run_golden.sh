@@ -2,6 +2,8 @@
 # Runs one golden transcript: run_golden.sh HOST SCRIPT EXPECTED_DIR [HOST OPTIONS...]
 # The script's standard output (followed by its exit status) and standard
 # error are compared byte for byte with EXPECTED_DIR/<name>.out and .err.
+# The messages are the Chinese originals (a Chinese locale; installed or not,
+# no catalogue is looked up for it).
 # ZORVAT_GOLDEN_ROOT, when set, is the plugin root, replaced by <plugin_root>.
 # With ZORVAT_GOLDEN_UPDATE=1 the expected files are rewritten instead.
 host=$1 script=$2 dir=$3
@@ -10,7 +12,7 @@ name=$(basename "$script" .zs)
 tmp=$(mktemp -d) || exit 2
 trap 'rm -rf "$tmp"' EXIT
 cd "$(dirname "$script")" || exit 2
-COLUMNS=80 LC_ALL=C "$host" "$@" "$(basename "$script")" >"$tmp/out" 2>"$tmp/err" </dev/null
+COLUMNS=80 LC_ALL=zh_CN.UTF-8 "$host" "$@" "$(basename "$script")" >"$tmp/out" 2>"$tmp/err" </dev/null
 echo "[exit $?]" >>"$tmp/out"
 # Paths of the build tree vary: the plugin root is written as <plugin_root>.
 if [ -n "$ZORVAT_GOLDEN_ROOT" ]; then

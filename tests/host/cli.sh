@@ -1,0 +1,34 @@
+#!/bin/sh
+# cli.sh HOST VERSION: zorvat-host's options and its limits on one line.
+# --help and --version answer and exit 0 (the version is the project's and
+# the loaded library's); 5,000 and 100,000 nested brackets or minus signs
+# give the nesting error with status 1, never a crash.
+host=$1 version=$2
+fail=0
+check() { if ! eval "$1"; then echo "FAILED: $2"; fail=1; fi; }
+export LC_ALL=zh_CN.UTF-8
+
+out=$("$host" --help) && st=0 || st=$?
+check '[ $st -eq 0 ] && printf "%s" "$out" | grep -q -- "--keep-going"' "--help shows the options"
+out=$("$host" --version) && st=0 || st=$?
+check '[ $st -eq 0 ] && [ "$out" = "zorvat-host $version (libzorvat_core $version)" ]' "--version: $out"
+out=$("$host" --bogus 2>&1) && st=0 || st=$?
+check '[ $st -eq 2 ]' "an unknown option gives status 2"
+
+# nested N OPEN CLOSE
+nested() {
+  printf 'x = '
+  head -c "$1" /dev/zero | tr '\0' "$2"
+  printf 1
+  [ -n "$3" ] && head -c "$1" /dev/zero | tr '\0' "$3"
+  echo
+}
+for n in 5000 100000; do
+  for pair in "( )" "[ ]" "{ }" "- "; do
+    set -- $pair
+    err=$(nested "$n" "$1" "${2:-}" | "$host" 2>&1 >/dev/null) && st=0 || st=$?
+    check '[ $st -eq 1 ] && printf "%s" "$err" | grep -q "嵌套过深"' "$n levels of '$1': status $st, $err"
+  done
+done
+[ $fail -eq 0 ] && echo "cli: options and nesting limit as expected"
+exit $fail
