@@ -57,6 +57,7 @@ std::vector<std::string> session::known_names() const {
   std::vector<std::string> names(command_words, command_words + command_count);
   for (const auto& v : vars_) names.push_back(v.first);
   for (const char* b : builtin_names()) names.push_back(b);
+  if (plugins_.empty()) return names;  // no need to start the plugin manager
   auto& mgr = zorvat::global::plugin_mgr();
   for (const auto& p : plugins_)
     if (mgr.is_loaded(p))

@@ -3,9 +3,10 @@
 //
 // A session owns the workspace (named values), the search-path list and the
 // set of plugins that it loaded.  run_line() evaluates one line: commands
-// (format, plugin, help, who, path, clear, exit) or statements `name = expr`
-// and bare `expr`, separated by ',' or ';' (';' suppresses the display).
-// Errors are reported as one line on standard error.
+// (format, plugin, help, who, path, clear, exit) or statements `name = expr`,
+// `name(i, j) = expr`, `name{i} = expr` and bare `expr`, separated by ',' or
+// ';' (';' suppresses the display).  Errors are reported as one line on
+// standard error; a statement that fails leaves the workspace as it was.
 //
 //   session s(opts);
 //   s.run_line("x = int8([1 2; 3 4])", "-e", 1);
