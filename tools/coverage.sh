@@ -7,8 +7,8 @@
 # The floors are a ratchet: raise them when coverage rises, never lower them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-line_floor=0
-branch_floor=0
+line_floor=95     # measured 95.5 % (2669 of 2795 lines)
+branch_floor=74   # measured 74.8 % (2474 of 3309 branches)
 bash tools/setup.sh coverage
 
 dir=build-cov
@@ -22,6 +22,8 @@ find "$dir" -name '*.gcda' -delete
 # the others from an installed copy) and takes long: left out here.
 ctest --test-dir "$dir" --output-on-failure -j"$(nproc)" -E '^install_consumer$'
 
+# CMake's compiler probes leave notes of their own: not ours.
+find "$dir/CMakeFiles" -path '*CompilerId*' -name '*.gc*' -delete
 report=(--txt "$dir/coverage.txt")
 [ "${1:-}" = "--html" ] && mkdir -p "$dir/coverage" && report+=(--html-details "$dir/coverage/index.html")
 gcovr --root . --object-directory "$dir" --filter 'core/' --exclude-throw-branches \

@@ -96,7 +96,10 @@ int main(int argc, char** argv) {
   data_dir = argv[2];
   global::set_core_query_function(f2k, k2f);
   global::set_clear_extern_obj(clear_plugin_values);
-  std::printf("libzorvat_core %s (compiled against %s)\n", version(), ZORVAT_VERSION_STRING);
+  if (version_number() < ZORVAT_VERSION_NUMBER) {  // the library loaded is older than the headers
+    std::fprintf(stderr, "libzorvat_core %s is older than %s\n", version(), ZORVAT_VERSION_STRING);
+    return 1;
+  }
   //! [start]
   values_and_display();
 
