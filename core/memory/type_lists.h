@@ -26,6 +26,14 @@ struct zo_hdl_t;
   X(unsigned char) X(unsigned short) X(unsigned int) X(unsigned long)  \
   X(char) X(bool)
 
+// The arithmetic element types without char: the numeric and logical arrays,
+// which have numeric display texts.
+#define ZORVAT_FOR_EACH_NUMERIC_TYPE(X)                                \
+  X(double) X(float) X(std::complex<double>) X(std::complex<float>)    \
+  X(signed char) X(short) X(int) X(long)                               \
+  X(unsigned char) X(unsigned short) X(unsigned int) X(unsigned long)  \
+  X(bool)
+
 // The three element types whose blocks are made with array new and whose
 // elements are copied with their own copy assignment.
 #define ZORVAT_FOR_EACH_OBJECT_TYPE(X) \
