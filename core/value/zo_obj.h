@@ -215,12 +215,6 @@ class zo_obj {
 ZORVAT_FOR_EACH_DENSE_TYPE(ZORVAT_EXTERN_MAKE_MATRIX)
 #undef ZORVAT_EXTERN_MAKE_MATRIX
 
-// The element types whose values as_int_mat converts (the integer kinds,
-// double and single).
-#define ZORVAT_FOR_EACH_INT_MAT_SOURCE_TYPE(X)                         \
-  X(signed char) X(short) X(int) X(long) X(unsigned char) X(unsigned short) \
-  X(unsigned int) X(unsigned long) X(double) X(float)
-
 #define ZORVAT_EXTERN_AS_INT_MAT(T) extern template zo_obj zo_obj::as_int_mat_impl<T>() const;
 ZORVAT_FOR_EACH_INT_MAT_SOURCE_TYPE(ZORVAT_EXTERN_AS_INT_MAT)
 #undef ZORVAT_EXTERN_AS_INT_MAT
