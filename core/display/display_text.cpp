@@ -44,7 +44,7 @@ long text_count(const zo_obj& obj) {
   if (obj.payload() == nullptr) return 0;
   if (obj.type == type_string) {
     const auto& m = obj.get<matrix<std::string>>();
-    return m.is_empty() ? 0 : static_cast<long>(m.begin()->size());
+    return m.is_empty() ? 0 : static_cast<long>(m.data()->size());
   }
   if (obj.type == type_char) return obj.get<matrix<char>>().size();
   return 0;
@@ -66,7 +66,7 @@ void append_string_quote_truncate(std::string& out, const zo_obj& obj, long max_
   out += quote;
   if (keep > 0) {
     if (obj.type == type_string) {
-      out.append(obj.get<matrix<std::string>>().begin()->data(), static_cast<size_t>(keep));
+      out.append(obj.get<matrix<std::string>>().data()->data(), static_cast<size_t>(keep));
     } else {
       const auto& m = obj.get<matrix<char>>();
       if (m.is_contiguous()) {

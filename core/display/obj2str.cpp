@@ -41,7 +41,7 @@ void obj2str_stream(S& s, const zo_obj& obj, long width) {
 std::string obj2str(const zo_obj& obj, long width) {
   FixedLengthStream s(obj2str_limit);
   obj2str_stream(s, obj, width);
-  return s.str();
+  return s.release();
 }
 
 void obj2console(std::ostream& os, const zo_obj& obj, long width, long threshold) {

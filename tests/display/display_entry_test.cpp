@@ -115,10 +115,10 @@ TEST_F(EntryPoints, StringCapEndsInMarkAndBoundsTheText) {
 // column: the capped text is still the beginning of the console text.
 TEST_F(EntryPoints, StringCapOfHugeCellAndStringArrayIsPrefixOfConsoleText) {
   const std::string mark = "\n\n  ...\n";
-  auto* c = new cell_array(300000, 3);
+  auto* c = new cell_array(110000, 3);
   auto text = std::make_shared<zo_obj>("a\tb");
   for (long k = 0; k < c->data().size(); ++k) c->data()(k) = k % 7 ? text : std::make_shared<zo_obj>(1.5);
-  zo_obj strings(std::vector<std::string>(600000, "x\ny"), 200000, 3);
+  zo_obj strings(std::vector<std::string>(480000, "x\ny"), 160000, 3);
   for (const zo_obj& v : {zo_obj(type_cell, c), strings}) {
     const std::string capped = internal::obj2str(v, 80);
     std::ostringstream full;
