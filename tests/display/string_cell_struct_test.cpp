@@ -1,5 +1,6 @@
 // Whole texts of obj2str for string arrays, cell arrays, structures, function
 // handles, external objects and kinds without a rendering: one table per rule.
+#include <climits>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -65,6 +66,11 @@ const layout_case cell_cases[] = {
      "  1x1 cell array\n    {[1 2 3]}\n"},
     {"EmptySlotAndPadding", [] { return cell_of(2, 2, {chars("ab"), nullptr, nullptr, item(2.5)}); }, 80, 0, false,
      "  2x2 cell array\n    {'ab'}    {        }\n    {    }    {[2.5000]}\n"},
+    // (2 x width) / 5 at the ends of long: no overflow, nothing cut.
+    {"WidestConsole", [] { return cell_of(1, 2, {item("abc"), chars("de")}); }, LONG_MAX, 0, false,
+     "  1x2 cell array\n    {\"abc\"}    {'de'}\n"},
+    {"NegativeWidthColumnsAlone", [] { return cell_of(1, 2, {item("abc"), chars("de")}); }, LONG_MIN, 0, false,
+     "  1x2 cell array\n  列 1\n    {\"abc\"}\n  列 2\n    {'de'}\n"},
     // A quoted summary is the cut text as it stands: never escaped, never past W.
     {"ControlCharsInCharRowKept", [] { return cell_of(1, 1, {chars("x\ty\n")}); }, 80, 0, false,
      "  1x1 cell array\n    {'x\ty\n'}\n"},
@@ -155,6 +161,26 @@ TEST(CellDisplay, SelfContainingAndDeeplyNestedCellsDoNotRecurse) {
     auto next = chain->get<cell_array>()(0);
     chain->get<cell_array>()(0) = nullptr;
     chain = next;
+  }
+}
+
+// Every renderer at the extreme console widths: no overflow (UBSan), and the
+// capped string text equals the console text.
+TEST(DisplayWidths, ExtremeWidthsRenderEveryKind) {
+  const zo_obj values[] = {
+      cell_of(2, 2, {item("abc"), chars("de"), item(arr<int>({1, 3}, {1, 2, 3})), nullptr}),
+      strings({"a", "bb", "ccc", "d"}, 2, 2),
+      arr<double>({2, 3}, {0.5, 1, 2, 3, 4, 5}),
+      arr<int>({1, 3}, {1, -2, 3}),
+      arr<bool>({1, 2}, {true, false}),
+      zo_obj(type_sparse_double, new sparse_matrix<double>({{1.5, 0, 0}, {2.5, 2, 0}}, 3, 4)),
+  };
+  for (long width : {LONG_MIN, LONG_MIN + 1, -2L, 0L, 1L, LONG_MAX - 1, LONG_MAX}) {
+    for (const zo_obj& v : values) {
+      std::ostringstream os;
+      internal::obj2console(os, v, width, 0);
+      EXPECT_EQ(internal::obj2str(v, width), os.str()) << v.brief_type_str() << " width " << width;
+    }
   }
 }
 
