@@ -41,11 +41,10 @@ class cell_summaries {
  private:
   // A scalar string or a char array that is empty or has one row.
   static bool quoted(const zo_obj& v) {
-    if (v.payload() == nullptr) return false;
-    const matrix_base* shape = v.array_base();
-    if (v.type == type_string) return shape->is_scalar();
-    if (v.type == type_char) return shape->is_empty() || (shape->ndims() == 2 && shape->rows() == 1);
-    return false;
+    if ((v.type != type_string && v.type != type_char) || v.payload() == nullptr) return false;
+    if (v.type == type_string) return v.get<matrix<std::string>>().size() == 1;
+    const auto& m = v.get<matrix<char>>();
+    return m.is_empty() || (m.ndims() == 2 && m.rows() == 1);
   }
 
   // The row vector text, or the size and type text.  The last one computed
