@@ -50,7 +50,11 @@ double get_scale_float(const M& m, B lower, B upper) {
   const long* jce = m.jce();
   for (long j = 0, n = m.cols(); j < n; ++j) {
     for (long k = jc[j]; k < jce[j]; ++k) {
-      const double mag = static_cast<double>(std::abs(pr[k]));
+      double mag;
+      if constexpr (std::is_same_v<T, bool>)
+        mag = pr[k] ? 1.0 : 0.0;
+      else
+        mag = static_cast<double>(std::abs(pr[k]));
       if (mag <= std::numeric_limits<double>::max() && mag > max_mag) max_mag = mag;  // skips NaN, inf
     }
   }
