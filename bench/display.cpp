@@ -2,6 +2,10 @@
 // a plain snprintf loop over the same elements; obj2str of 10,000,000 against
 // 100,000 elements (the 4 MiB cap bounds the formatting work); the peak
 // memory that obj2console adds while streaming 10,000,000 elements.
+//
+// Reference figure for BM_Obj2consoleMillion before the sinks appended to a
+// plain string and the fixed-point digits used constant divisors: 69.6 ms
+// CPU on the project machine, ratio 0.289 to the snprintf loop.
 #include <cstdio>
 #include <cstring>
 #include <fstream>

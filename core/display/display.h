@@ -30,6 +30,9 @@
 
 #include "display/display_format.h"
 #include "display/display_sinks.h"
+#include "matrix/matrix.h"
+#include "memory/type_lists.h"
+#include "sparse/sparse_matrix.h"
 
 namespace zorvat {
 
@@ -59,9 +62,12 @@ void obj2str_stream(S& s, const zo_obj& obj, long width);
 // unless the value is a scalar and `bracket` is false.  The empty text for
 // every other kind and for formats without a rendering.
 std::string row_vector_to_string(const zo_obj& obj, long max_len, bool bracket);
-// The typed worker; M is matrix<T> or sparse_matrix<T>.
-template <class M>
-std::string row_vector_to_string_impl(const M* m, long max_len, bool bracket);
+// The typed workers, one per element type T of ZORVAT_FOR_EACH_SPARSE_TYPE
+// and of ZORVAT_FOR_EACH_ARITH_TYPE except char.
+template <class T>
+std::string row_vector_to_string_impl(const matrix<T>* m, long max_len, bool bracket);
+template <class T>
+std::string row_vector_to_string_impl(const sparse_matrix<T>* m, long max_len, bool bracket);
 
 extern template void obj2console_safe<1>(const zo_obj&, long, long);
 extern template void obj2console_safe<2>(const zo_obj&, long, long);
@@ -69,13 +75,9 @@ extern template void obj2console_safe<2>(const zo_obj&, long, long);
 ZORVAT_FOR_EACH_DISPLAY_SINK(ZORVAT_EXTERN_OBJ2STR_STREAM)
 #undef ZORVAT_EXTERN_OBJ2STR_STREAM
 
-// The element types of the one-line workers.
-#define ZORVAT_FOR_EACH_ROW_VECTOR_TYPE(X)                                                       \
-  X(signed char) X(short) X(int) X(long) X(unsigned char) X(unsigned short) X(unsigned int) \
-  X(unsigned long) X(double) X(float) X(std::complex<double>) X(std::complex<float>) X(bool)
 #define ZORVAT_EXTERN_ROW_VECTOR(T) \
   extern template std::string row_vector_to_string_impl(const matrix<T>*, long, bool);
-ZORVAT_FOR_EACH_ROW_VECTOR_TYPE(ZORVAT_EXTERN_ROW_VECTOR)
+ZORVAT_FOR_EACH_NUMERIC_TYPE(ZORVAT_EXTERN_ROW_VECTOR)
 #undef ZORVAT_EXTERN_ROW_VECTOR
 #define ZORVAT_EXTERN_ROW_VECTOR_SPARSE(T) \
   extern template std::string row_vector_to_string_impl(const sparse_matrix<T>*, long, bool);

@@ -16,24 +16,53 @@ namespace internal {
 
 namespace {
 
-// The summary of one element, at most about max_len characters of content.
-std::string cell_element_text(const std::shared_ptr<zo_obj>& e, long max_len) {
-  if (e == nullptr) return std::string();
-  const zo_obj& v = *e;
-  if (v.payload() != nullptr) {
-    const matrix_base* shape = v.array_base();
-    if (v.type == type_string && shape->is_scalar())
-      return escape_str(string_quote_truncate(v, max_len));
-    if (v.type == type_char && (shape->is_empty() || (shape->ndims() == 2 && shape->rows() == 1)))
-      // Escaped so that a control character cannot break the row.
-      return escape_str(string_quote_truncate(v, max_len));
-    if (v.is_row_vector()) {
-      std::string text = row_vector_to_string(v, max_len, true);
-      if (!text.empty()) return text;
-    }
+// The summary texts of cell elements, at most about max_len characters of
+// content each.  Quoted texts are measured and copied without building the
+// summary; the summary of a row vector, which must be formatted to be
+// measured, is kept from length() for the append() that follows it.
+class cell_summaries {
+ public:
+  explicit cell_summaries(long max_len) : max_len_(max_len) {}
+
+  long length(const cell_array::element& e) {
+    if (e == nullptr) return 0;
+    if (quoted(*e)) return string_quote_truncate_length(*e, max_len_);
+    return static_cast<long>(other_text(e).size());
   }
-  return str_format("%s %s", cell_array::size_str_cell(e).c_str(), cell_array::type_str_cell(e));
-}
+
+  void append(std::string& line, const cell_array::element& e) {
+    if (e == nullptr) return;
+    if (quoted(*e))
+      append_string_quote_truncate(line, *e, max_len_);
+    else
+      line += other_text(e);
+  }
+
+ private:
+  // A scalar string or a char array that is empty or has one row.
+  static bool quoted(const zo_obj& v) {
+    if ((v.type != type_string && v.type != type_char) || v.payload() == nullptr) return false;
+    if (v.type == type_string) return v.get<matrix<std::string>>().size() == 1;
+    const auto& m = v.get<matrix<char>>();
+    return m.is_empty() || (m.ndims() == 2 && m.rows() == 1);
+  }
+
+  // The row vector text, or the size and type text.  The last one computed
+  // is kept, for an append() right after its length().
+  const std::string& other_text(const cell_array::element& e) {
+    if (e.get() == cached_) return cache_;
+    cached_ = e.get();
+    cache_.clear();
+    if (e->payload() != nullptr && e->is_row_vector()) cache_ = row_vector_to_string(*e, max_len_, true);
+    if (cache_.empty())
+      cache_ = str_format("%s %s", cell_array::size_str_cell(e).c_str(), cell_array::type_str_cell(e));
+    return cache_;
+  }
+
+  long max_len_;
+  const zo_obj* cached_ = nullptr;
+  std::string cache_;
+};
 
 }  // namespace
 
@@ -42,11 +71,10 @@ void obj2str_impl_cell(S& s, const zo_obj& obj, long width) {
   if (obj.payload() == nullptr) return;
   const cell_array& c = obj.get<cell_array>();
   if (c.is_empty()) return;
-  const long max_len = (2 * width) / 5;
-  matrix<std::string> texts(c.dim_vec());
-  std::string* out = texts.data();
-  for (const cell_array::element& e : c.data()) *out++ = cell_element_text(e, max_len);
-  obj2str_impl_from_string_mat(s, texts, width, '{', '}', 0);
+  // (2 x width) / 5 without overflow for any width.
+  const long max_len = width / 5 * 2 + (width % 5) * 2 / 5;
+  cell_summaries src(max_len);
+  layout_text_columns(s, c.data(), width, '{', '}', src);
 }
 
 #define ZORVAT_INSTANTIATE_CELL_SINK(S) template void obj2str_impl_cell(S&, const zo_obj&, long);

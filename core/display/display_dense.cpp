@@ -10,6 +10,8 @@
 #include "display/number_format.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
+#include "display/display_kinds.h"
+#include "value/kind_table.h"
 #include "value/zo_obj.h"
 
 namespace zorvat {
@@ -18,61 +20,17 @@ namespace internal {
 namespace {
 
 
-// The sign character of format 9: '+' above zero, '-' below, a blank for
-// zero and NaN.  Complex elements are judged by their real part.
+// The element text of the dense display: "nan" is shown as "NaN".
 template <class T>
-char sign_char(const T& v) {
-  if constexpr (is_complex<T>::value) {
-    return sign_char(v.real());
-  } else {
-    return v > T(0) ? '+' : v < T(0) ? '-' : ' ';
-  }
-}
-
-// The text of one element into buf (compiled_format::max_text bytes);
-// returns its length.
-template <class T>
-size_t element_text(char* buf, const compiled_format& f, const format_info& info,
-                    const T& v, typename real_of<T>::type scale) {
-  if constexpr (std::is_same_v<T, double> || std::is_same_v<T, float>) {
-    const size_t n = f.real(buf, static_cast<double>(v / scale));
+size_t element_text(char* buf, const compiled_format& f, const format_info& info, const T& v,
+                    typename real_of<T>::type scale) {
+  const size_t n = format_element(buf, f, info, v, scale);
+  if constexpr (std::is_floating_point_v<T>) {
     if (std::isnan(v)) convert_nan_inplace(buf, n);
-    return n;
   } else if constexpr (is_complex<T>::value) {
-    using R = typename T::value_type;
-    const R im = v.imag();
-    const size_t n = f.complex(buf, static_cast<double>(v.real() / scale), im < R(0) ? '-' : '+',
-                               static_cast<double>(std::abs(im) / scale));
-    if (std::isnan(v.real()) || std::isnan(im)) convert_nan_inplace(buf, n);
-    return n;
-  } else if constexpr (std::is_same_v<T, bool>) {
-    (void)info;
-    return f.integer(buf, static_cast<long>(v));
-  } else if constexpr (std::is_signed_v<T>) {
-    return f.integer(buf, info.field_width, static_cast<long>(v));
-  } else {
-    return f.integer(buf, info.field_width, static_cast<unsigned long>(v));
+    if (std::isnan(v.real()) || std::isnan(v.imag())) convert_nan_inplace(buf, n);
   }
-}
-
-// Steps the zero-based slice index (dimensions 3 and up) in storage order.
-void next_slice(std::vector<long>& index, const std::vector<long>& dims) {
-  for (size_t k = 0; k < index.size(); ++k) {
-    if (++index[k] < dims[k + 2]) return;
-    index[k] = 0;
-  }
-}
-
-long slice_offset(const std::vector<long>& index, const std::vector<long>& strides) {
-  long off = 0;
-  for (size_t k = 0; k < index.size(); ++k) off += index[k] * strides[k + 2];
-  return off;
-}
-
-long slice_count(const std::vector<long>& dims) {
-  long p = 1;
-  for (size_t k = 2; k < dims.size(); ++k) p *= dims[k];
-  return p;
+  return n;
 }
 
 template <class S>
@@ -139,9 +97,10 @@ void obj2str_impl_m_cl(S& s, const M& m, long width) {
     }
     const std::vector<long>& dims = m.dim_vec();
     if (m.is_empty()) {
-      // Reached only by direct calls: obj2str_impl_m shows empty double and
-      // single arrays through the (empty) int32 path, which prints nothing.
-      if (floating && dims.size() == 2 && dims[0] == 0 && dims[1] == 0) {
+      // Double and single only, and reached only by direct calls:
+      // obj2str_impl_m shows empty double and single arrays through the
+      // (empty) int32 path, which prints nothing.
+      if (std::is_floating_point_v<T> && dims.size() == 2 && dims[0] == 0 && dims[1] == 0) {
         s << "    []\n";
         loose_newline(s);
       }
@@ -161,7 +120,9 @@ void obj2str_impl_m_cl(S& s, const M& m, long width) {
       if (s.stopped()) return;
       const T* base = m.data() + slice_offset(index, m.stride_vec());
       if (slices != 1) write_slice_header(s, index);
-      if (format == 9) {
+      // Signs for floating and complex types; integer types (and whole
+      // valued doubles, shown as int32) stay decimal.
+      if (floating && format == 9) {
         for (long i = 0; i < rows; ++i) {
           for (long j = 0; j < cols; ++j) s << sign_char(base[i * rs + j * cs]);
           s << "\n";
@@ -209,23 +170,16 @@ void obj2str_impl_m(S& s, const zo_obj& obj, long width) {
     s << tr("  (暂不支持该类型数据的输出)\n");
     return;
   }
-  switch (v->type) {
-    case type_int8: return obj2str_impl_m_cl(s, v->get<matrix<signed char>>(), width);
-    case type_int16: return obj2str_impl_m_cl(s, v->get<matrix<short>>(), width);
-    case type_int32: return obj2str_impl_m_cl(s, v->get<matrix<int>>(), width);
-    case type_int64: return obj2str_impl_m_cl(s, v->get<matrix<long>>(), width);
-    case type_uint8: return obj2str_impl_m_cl(s, v->get<matrix<unsigned char>>(), width);
-    case type_uint16: return obj2str_impl_m_cl(s, v->get<matrix<unsigned short>>(), width);
-    case type_uint32: return obj2str_impl_m_cl(s, v->get<matrix<unsigned int>>(), width);
-    case type_uint64: return obj2str_impl_m_cl(s, v->get<matrix<unsigned long>>(), width);
-    case type_double: return obj2str_impl_m_cl(s, v->get<matrix<double>>(), width);
-    case type_single: return obj2str_impl_m_cl(s, v->get<matrix<float>>(), width);
-    case type_complex_double: return obj2str_impl_m_cl(s, v->get<matrix<std::complex<double>>>(), width);
-    case type_complex_single: return obj2str_impl_m_cl(s, v->get<matrix<std::complex<float>>>(), width);
-    case type_char: return obj2str_impl_m_cl(s, v->get<matrix<char>>(), width);
-    case type_logical: return obj2str_impl_m_cl(s, v->get<matrix<bool>>(), width);
-    default: s << tr("  (暂不支持该类型数据的输出)\n");
-  }
+  const bool shown = visit_kind(v->type, [&](auto k) {
+    using P = typename decltype(k)::payload;
+    if constexpr (dense_payload_v<P>) {
+      obj2str_impl_m_cl(s, v->get<P>(), width);
+      return true;
+    } else {
+      return false;
+    }
+  });
+  if (!shown) s << tr("  (暂不支持该类型数据的输出)\n");
 }
 
 #define ZORVAT_INSTANTIATE_DENSE_SINK(S)                     \

@@ -14,10 +14,16 @@
 //   s.flush();
 #pragma once
 
+#include <climits>
+#include <cmath>
+#include <complex>
+#include <type_traits>
 #include <string>
 #include <vector>
 
+#include "display/display_format.h"
 #include "display/display_sinks.h"
+#include "display/number_format.h"
 #include "matrix/matrix.h"
 #include "memory/type_lists.h"
 
@@ -45,6 +51,65 @@ std::string single_matrix_page_header(const std::vector<long>& index);
 // "  列 first -- last\n", or "  列 first\n" when the page holds one column
 // (or `single` is set); translated.
 std::string column_page_header(long first, long last, bool single);
+
+// The slice walk shared by every layout of N-d arrays: the number of 2-D
+// slices (the product of the dimensions from the third on), the storage
+// offset of the slice at a zero-based index along those dimensions, and the
+// step to the next index in storage order.
+inline long slice_count(const std::vector<long>& dims) {
+  long p = 1;
+  for (size_t k = 2; k < dims.size(); ++k) p *= dims[k];
+  return p;
+}
+inline long slice_offset(const std::vector<long>& index, const std::vector<long>& strides) {
+  long off = 0;
+  for (size_t k = 0; k < index.size(); ++k) off += index[k] * strides[k + 2];
+  return off;
+}
+inline void next_slice(std::vector<long>& index, const std::vector<long>& dims) {
+  for (size_t k = 0; k < index.size(); ++k) {
+    if (++index[k] < dims[k + 2]) return;
+    index[k] = 0;
+  }
+}
+
+// a + b for non-negative widths, held at LONG_MAX instead of overflowing.
+inline long sat_add(long a, long b) { return a > LONG_MAX - b ? LONG_MAX : a + b; }
+
+// The sign character of format 9: '+' above zero, '-' below, a blank for
+// zero and NaN.  Complex elements are judged by their real part.
+template <class T>
+char sign_char(const T& v) {
+  if constexpr (is_complex<T>::value)
+    return sign_char(v.real());
+  else
+    return v > T(0) ? '+' : v < T(0) ? '-' : ' ';
+}
+
+// The text of one element into buf (compiled_format::max_text bytes) under
+// the format f of `info`, divided by `scale` (floating and complex types);
+// returns its length.  "nan" is left as printf writes it.
+template <class T>
+size_t format_element(char* buf, const compiled_format& f, const format_info& info, const T& v,
+                      typename real_of<T>::type scale) {
+  if constexpr (std::is_floating_point_v<T>) {
+    return f.real(buf, static_cast<double>(v / scale));
+  } else if constexpr (is_complex<T>::value) {
+    using R = typename T::value_type;
+    const R im = v.imag();
+    return f.complex(buf, static_cast<double>(v.real() / scale), im < R(0) ? '-' : '+',
+                     static_cast<double>(std::abs(im) / scale));
+  } else if constexpr (std::is_same_v<T, bool>) {
+    (void)scale;
+    return f.integer(buf, static_cast<long>(v));
+  } else if constexpr (std::is_signed_v<T>) {
+    (void)scale;
+    return f.integer(buf, info.field_width, static_cast<long>(v));
+  } else {
+    (void)scale;
+    return f.integer(buf, info.field_width, static_cast<unsigned long>(v));
+  }
+}
 
 // Writes "\n" in loose spacing (global::fmt_fl.spacing == 256).
 template <class S>

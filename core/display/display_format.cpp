@@ -306,7 +306,7 @@ ZORVAT_FOR_EACH_ARITH_TYPE(ZORVAT_INSTANTIATE_FORMAT_INFO)
 ZORVAT_FOR_EACH_SPARSE_TYPE(ZORVAT_INSTANTIATE_FORMAT_INFO_SPARSE)
 #undef ZORVAT_INSTANTIATE_FORMAT_INFO_SPARSE
 #define ZORVAT_INSTANTIATE_SCALE(T) template real_of<T>::type get_scale(const matrix<T>&);
-ZORVAT_FOR_EACH_SCALED_TYPE(ZORVAT_INSTANTIATE_SCALE)
+ZORVAT_FOR_EACH_FLOATING_TYPE(ZORVAT_INSTANTIATE_SCALE)
 #undef ZORVAT_INSTANTIATE_SCALE
 template bool to_int_mat_9_digits(const matrix<double>&, matrix<int>&);
 template bool to_int_mat_9_digits(const matrix<float>&, matrix<int>&);

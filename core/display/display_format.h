@@ -133,11 +133,9 @@ ZORVAT_FOR_EACH_ARITH_TYPE(ZORVAT_EXTERN_FORMAT_INFO)
 ZORVAT_FOR_EACH_SPARSE_TYPE(ZORVAT_EXTERN_FORMAT_INFO_SPARSE)
 #undef ZORVAT_EXTERN_FORMAT_INFO_SPARSE
 
-// The element types that have a scale.
-#define ZORVAT_FOR_EACH_SCALED_TYPE(X) X(double) X(float) X(std::complex<double>) X(std::complex<float>)
 #define ZORVAT_EXTERN_SCALE(T) \
   extern template real_of<T>::type get_scale(const matrix<T>&);
-ZORVAT_FOR_EACH_SCALED_TYPE(ZORVAT_EXTERN_SCALE)
+ZORVAT_FOR_EACH_FLOATING_TYPE(ZORVAT_EXTERN_SCALE)
 #undef ZORVAT_EXTERN_SCALE
 extern template bool to_int_mat_9_digits(const matrix<double>&, matrix<int>&);
 extern template bool to_int_mat_9_digits(const matrix<float>&, matrix<int>&);

@@ -7,13 +7,37 @@
 // defined in its own source and instantiated there for exactly those sinks.
 #pragma once
 
+#include <complex>
+#include <string>
+#include <type_traits>
+
 #include "display/display_sinks.h"
+#include "matrix/matrix.h"
+#include "sparse/sparse_matrix.h"
 
 namespace zorvat {
 
 class zo_obj;
 
 namespace internal {
+
+// What the display makes of a payload type of the kind table
+// (value/kind_table.h): the renderer that a kind goes to is chosen from its
+// payload type through these, so the kinds are listed only in that table.
+template <class P>
+struct numeric_payload : std::false_type {};  // matrix<T> with numeric or logical T
+template <class P>
+struct sparse_payload : std::false_type {};   // sparse_matrix<T>
+template <class T>
+struct numeric_payload<matrix<T>>
+    : std::bool_constant<std::is_arithmetic_v<T> && !std::is_same_v<T, char>> {};
+template <class T>
+struct numeric_payload<matrix<std::complex<T>>> : std::true_type {};
+template <class T>
+struct sparse_payload<sparse_matrix<T>> : std::true_type {};
+// The dense arrays with a body of obj2str_impl_m: numeric, logical and char.
+template <class P>
+inline constexpr bool dense_payload_v = numeric_payload<P>::value || std::is_same_v<P, matrix<char>>;
 
 // The body of a string array (kind 17).
 template <class S>

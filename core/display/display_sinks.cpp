@@ -8,24 +8,21 @@ namespace zorvat {
 namespace internal {
 
 void FixedLengthStream::mark_truncated() {
-  stream.rdbuf()->sputn("\n\n  ...\n", 8);
-  put_ += 8;
+  text_.append("\n\n  ...\n", 8);
   truncated = true;
 }
 
 template <int N>
 void BufferedStream<N>::flush() {
-  const std::string text = stream.str();
   if constexpr (N == 0) {
-    *out << text;
+    *out << text_;
   } else if constexpr (N == 1) {
-    write_to_cout_flush(text);
+    write_to_cout_flush(text_);
   } else {
-    write_to_cerr_flush(text);
+    write_to_cerr_flush(text_);
   }
-  stream.str(std::string());
+  text_.clear();
   stream.clear();
-  put_ = 0;
 }
 
 template class BufferedStream<0>;

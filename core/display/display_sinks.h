@@ -47,23 +47,25 @@ class FixedLengthStream {
   // Inserts n characters; once the put position passes `limit`, appends the
   // truncation mark and sets `truncated`.  Does nothing after that.
   void write(const char* p, std::size_t n) {
-    // A failed stream drops output (and reports no position), as
-    // std::ostream::write and tellp() would.
+    // A failed stream drops output, as std::ostream::write would.
     if (truncated || stream.fail()) return;
-    stream.rdbuf()->sputn(p, static_cast<std::streamsize>(n));
-    put_ += static_cast<long>(n);
-    if (put_ > limit) mark_truncated();
+    text_.append(p, n);
+    if (static_cast<long>(text_.size()) > limit) mark_truncated();
   }
   bool stopped() const { return truncated; }
-  std::string str() const { return stream.str(); }
+  const std::string& str() const { return text_; }
+  // The collected text, moved out; the sink is spent.
+  std::string release() { return std::move(text_); }
 
+  // Holds only the error state (a null C string sets its failbit); the
+  // text is collected in text_, which renderers append to directly.
   std::stringstream stream;
   long limit;
   bool truncated = false;
 
  private:
   void mark_truncated();
-  long put_ = 0;  // the put position of `stream` (it is never repositioned)
+  std::string text_;
 };
 
 // The console sink: text is buffered and emitted by flush() whenever the
@@ -72,24 +74,27 @@ class FixedLengthStream {
 template <int N>
 class BufferedStream {
  public:
-  BufferedStream(std::ostream* out, long threshold) : threshold(threshold), out(out) {}
+  BufferedStream(std::ostream* out, long threshold) : threshold(threshold), out(out) {
+    text_.reserve(static_cast<std::size_t>(threshold > 0 && threshold < (1L << 20) ? threshold : 1L << 20) + 256);
+  }
 
   void write(const char* p, std::size_t n) {
     if (stream.fail()) return;  // as std::ostream::write would
-    stream.rdbuf()->sputn(p, static_cast<std::streamsize>(n));
-    put_ += static_cast<long>(n);
-    if (put_ > threshold) flush();
+    text_.append(p, n);
+    if (static_cast<long>(text_.size()) > threshold) flush();
   }
   bool stopped() const { return false; }
   // Emits the buffered text, empties the buffer and clears its error state.
   void flush();
 
+  // Holds only the error state (see FixedLengthStream); the text waits in
+  // text_ and goes to its destination from there, without a copy.
   std::stringstream stream;
   long threshold;
   std::ostream* out;
 
  private:
-  long put_ = 0;  // the put position of `stream`
+  std::string text_;
 };
 
 extern template class BufferedStream<0>;

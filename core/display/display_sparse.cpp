@@ -11,6 +11,7 @@
 #include "display/number_format.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
+#include "value/kind_table.h"
 #include "value/zo_obj.h"
 
 namespace zorvat {
@@ -38,45 +39,22 @@ char* put_padded(char* p, long v, int w) {
   return p;
 }
 
-// '+' above zero, '-' below, a blank for zero and NaN; complex entries by
-// their real part, as in the dense display.
-template <class T>
-char sign_char(const T& v) {
-  if constexpr (is_complex<T>::value)
-    return sign_char(v.real());
-  else
-    return v > T(0) ? '+' : v < T(0) ? '-' : ' ';
-}
-
-// The element text; a stored NaN keeps printf's lower-case "nan" here, unlike
-// the dense display (intended).
-template <class T>
-size_t element_text(char* buf, const compiled_format& f, const T& v, double scale) {
-  if constexpr (std::is_same_v<T, bool>) {
-    (void)scale;
-    return f.integer(buf, static_cast<long>(v));
-  } else if constexpr (is_complex<T>::value) {
-    using R = typename T::value_type;
-    const R sc = static_cast<R>(scale);
-    const R im = v.imag();
-    return f.complex(buf, static_cast<double>(v.real() / sc), im < R(0) ? '-' : '+',
-                     static_cast<double>(std::abs(im) / sc));
-  } else {
-    return f.real(buf, static_cast<double>(v / static_cast<T>(scale)));
-  }
-}
-
 }  // namespace
 
-template <class T>
-double get_scale_float(const sparse_matrix<T>& m, double lower, double upper) {
+template <class M, class B>
+double get_scale_float(const M& m, B lower, B upper) {
+  using T = typename M::value_type;
   double max_mag = 1.0;
   const T* pr = m.pr();
   const long* jc = m.jc();
   const long* jce = m.jce();
   for (long j = 0, n = m.cols(); j < n; ++j) {
     for (long k = jc[j]; k < jce[j]; ++k) {
-      const double mag = static_cast<double>(std::abs(pr[k]));
+      double mag;
+      if constexpr (std::is_same_v<T, bool>)
+        mag = pr[k] ? 1.0 : 0.0;
+      else
+        mag = static_cast<double>(std::abs(pr[k]));
       if (mag <= std::numeric_limits<double>::max() && mag > max_mag) max_mag = mag;  // skips NaN, inf
     }
   }
@@ -114,7 +92,7 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
   const std::uint32_t format = global::fmt_fl.format;
   double scale = 1.0;
   if (format != 9 && !m.is_scalar() && (format == 0 || format == 1)) {
-    if constexpr (!std::is_same_v<T, bool>) scale = get_scale_float(m, -3.0, 3.0);
+    if constexpr (!std::is_same_v<T, bool>) scale = get_scale_float<sparse_matrix<T>, double>(m, -3.0, 3.0);
     if (scale != 1.0) {
       s << str_format("  %.1e *", scale) << "\n";
       loose_newline(s);
@@ -137,7 +115,9 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
       if (format == 9)
         *p++ = sign_char(pr[k]);
       else
-        p += element_text(p, f, pr[k], scale);
+        // A stored NaN keeps printf's lower-case "nan" here, unlike the dense
+        // display (intended).
+        p += format_element(p, f, info, pr[k], static_cast<typename real_of<T>::type>(scale));
       *p++ = '\n';
       s.write(line, static_cast<size_t>(p - line));
     }
@@ -147,19 +127,16 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
 
 template <class S>
 void obj2str_impl_sparse(S& s, const zo_obj& obj) {
-  if (obj.payload() != nullptr) {
-    switch (obj.type) {
-      case type_sparse_double: return obj2str_impl_sparse(s, obj.get<sparse_matrix<double>>());
-      case type_sparse_single: return obj2str_impl_sparse(s, obj.get<sparse_matrix<float>>());
-      case type_sparse_complex_double:
-        return obj2str_impl_sparse(s, obj.get<sparse_matrix<std::complex<double>>>());
-      case type_sparse_complex_single:
-        return obj2str_impl_sparse(s, obj.get<sparse_matrix<std::complex<float>>>());
-      case type_sparse_logical: return obj2str_impl_sparse(s, obj.get<sparse_matrix<bool>>());
-      default: break;
+  const bool shown = obj.payload() != nullptr && visit_kind(obj.type, [&](auto k) {
+    using P = typename decltype(k)::payload;
+    if constexpr (sparse_payload<P>::value) {
+      obj2str_impl_sparse(s, obj.get<P>());
+      return true;
+    } else {
+      return false;
     }
-  }
-  s << tr("  (暂不支持该类型数据的输出)");
+  });
+  if (!shown) s << tr("  (暂不支持该类型数据的输出)");
 }
 
 #define ZORVAT_INSTANTIATE_SPARSE_SCALE(T) template double get_scale_float(const sparse_matrix<T>&, double, double);

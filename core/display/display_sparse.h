@@ -25,8 +25,9 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m);
 // 10^e for e = floor(log10(M)), M the largest finite magnitude (modulus for
 // complex) among the stored entries and at least 1, when e >= upper or
 // e <= lower; otherwise exactly 1.  The display passes -3 and 3.
-template <class T>
-double get_scale_float(const sparse_matrix<T>& m, double lower, double upper);
+// M is sparse_matrix<T>, B the type of the bounds (double).
+template <class M, class B>
+double get_scale_float(const M& m, B lower, B upper);
 
 #define ZORVAT_EXTERN_SPARSE_SCALE(T) extern template double get_scale_float(const sparse_matrix<T>&, double, double);
 ZORVAT_FOR_EACH_SPARSE_TYPE(ZORVAT_EXTERN_SPARSE_SCALE)

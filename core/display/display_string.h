@@ -8,6 +8,12 @@
 // its column, and the close bracket.  A bracket given as 0 is left out.
 // String arrays call it with '"' on both sides, cell arrays with '{' and '}'.
 //
+// The string and cell renderers use the same layout through
+// layout_text_columns without building a matrix of texts: a text source
+// gives the length of an element's text and appends it to a line.  Column
+// widths are measured one column at a time and each page is written as soon
+// as it is known, so a sink that stops (obj2str's cap) stops the work too.
+//
 //   matrix<std::string> t(1, 2);
 //   t(0) = "ab";
 //   t(1) = "c";
@@ -15,8 +21,11 @@
 //   // "    \"ab\"    \"c \"\n"
 #pragma once
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
+#include "display/display_dense.h"
 #include "display/display_sinks.h"
 #include "matrix/matrix.h"
 
@@ -28,6 +37,83 @@ namespace internal {
 template <class S>
 void obj2str_impl_from_string_mat(S& s, const matrix<std::string>& texts, long width, char open, char close,
                                   int flag);
+
+// The layout of obj2str_impl_from_string_mat over the elements of m, each
+// shown as src.length(e) characters that src.append(line, e) appends.
+// REQUIRES: src.append appends exactly src.length(e) characters.
+template <class S, class E, class Source>
+void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char close, Source& src) {
+  if (m.is_empty()) return;
+  const long brackets = (open != 0 ? 2 : 1) - (close == 0 ? 1 : 0);
+  const std::vector<long>& dims = m.dim_vec();
+  const long rows = dims[0], cols = dims[1], slices = slice_count(dims);
+  const long rs = m.stride(0), cs = m.stride(1);
+  std::vector<long> index(dims.size() - 2, 0);
+  std::vector<long> col_width;
+  std::string line;
+  // Writes the rows of the page of columns first..last (widths in col_width,
+  // indexed from first); `several` adds the page header.
+  auto write_page = [&](const E* base, long first, long last, bool several) {
+    if (s.stopped()) return;
+    if (several) {
+      s << column_page_header(first + 1, last + 1, false);
+      loose_newline(s);
+    }
+    for (long i = 0; i < rows && !s.stopped(); ++i) {
+      line.clear();
+      for (long j = first; j <= last; ++j) {
+        const E& e = base[i * rs + j * cs];
+        const size_t before = line.size();
+        line.append(4, ' ');
+        if (open != 0) line += open;
+        src.append(line, e);
+        const size_t used = line.size() - before - 4 - (open != 0 ? 1 : 0);
+        line.append(static_cast<size_t>(col_width[static_cast<size_t>(j - first)]) - used, ' ');
+        if (close != 0) line += close;
+      }
+      line += '\n';
+      s << line;
+    }
+  };
+  for (long p = 0; p < slices; ++p, next_slice(index, dims)) {
+    if (s.stopped()) return;
+    const E* base = m.data() + slice_offset(index, m.stride_vec());
+    if (slices != 1) {
+      s << single_matrix_page_header(index) << "\n";
+      loose_newline(s);
+    }
+    // Greedy paging by width: a column joins the running line while the line
+    // (each column costs its width, four blanks and the brackets) fits; a
+    // column wider than the console on its own gets a page of its own.
+    long line_width = 0, start = 0;
+    bool several_pages = false;
+    col_width.clear();
+    for (long j = 0; j < cols; ++j) {
+      if (s.stopped()) return;
+      long w = 0;
+      for (long i = 0; i < rows; ++i) w = std::max(w, src.length(base[i * rs + j * cs]));
+      const long candidate = sat_add(sat_add(line_width, w), 4 + brackets);
+      if (candidate <= width) {
+        line_width = candidate;
+        col_width.push_back(w);
+      } else if (line_width != 0) {
+        several_pages = true;
+        write_page(base, start, j - 1, true);
+        start = j;
+        col_width.assign(1, w);
+        line_width = sat_add(brackets + 4, w);
+      } else {
+        // Column j alone is wider than the console: a page of its own.
+        col_width.assign(1, w);
+        several_pages = several_pages || cols > 1;
+        write_page(base, j, j, several_pages);
+        col_width.clear();
+        start = j + 1;
+      }
+    }
+    if (start < cols) write_page(base, start, cols - 1, several_pages);
+  }
+}
 
 #define ZORVAT_EXTERN_STRING_MAT(S) \
   extern template void obj2str_impl_from_string_mat(S&, const matrix<std::string>&, long, char, char, int);

@@ -24,9 +24,8 @@ void obj2str_impl_s(S& s, const zo_obj& obj) {
         s << obj.get<extern_obj_base>().to_string();
         return;
       case type_function_handle:
-        // The line is closed here so that compact spacing does not run the
-        // next output onto it.
-        s << "    " << obj.get<function_handle>().to_string() << "\n";
+        // No line feed: the dispatcher adds one in loose spacing only.
+        s << "    " << obj.get<function_handle>().to_string();
         return;
       default:
         break;

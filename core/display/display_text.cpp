@@ -1,5 +1,7 @@
 #include "display/display_text.h"
 
+#include <algorithm>
+
 #include "matrix/matrix.h"
 #include "value/zo_obj.h"
 
@@ -21,6 +23,12 @@ void append_escaped(std::string& out, const char* p, long n) {
   }
 }
 
+long escaped_length(const char* p, long n) {
+  long len = n;
+  for (long k = 0; k < n; ++k) len += static_cast<unsigned char>(p[k]) - 7u <= 6u;
+  return len;
+}
+
 std::string escape_str(const std::string& s) {
   std::string out;
   out.reserve(s.size());
@@ -28,22 +36,55 @@ std::string escape_str(const std::string& s) {
   return out;
 }
 
-std::string string_quote_truncate(const zo_obj& obj, long max_len) {
+namespace {
+
+// The number of characters of a string value's first element or of a char
+// value; 0 for anything else.
+long text_count(const zo_obj& obj) {
+  if (obj.payload() == nullptr) return 0;
+  if (obj.type == type_string) {
+    const auto& m = obj.get<matrix<std::string>>();
+    return m.is_empty() ? 0 : static_cast<long>(m.data()->size());
+  }
+  if (obj.type == type_char) return obj.get<matrix<char>>().size();
+  return 0;
+}
+
+}  // namespace
+
+long string_quote_truncate_length(const zo_obj& obj, long max_len) {
+  const long n = text_count(obj);
+  if (max_len >= 1 && n > max_len) return max_len + 5;
+  return n + 2;
+}
+
+void append_string_quote_truncate(std::string& out, const zo_obj& obj, long max_len) {
   const char quote = obj.type == type_string ? '"' : '\'';
-  std::string text;
-  if (obj.payload() != nullptr) {
+  const long n = text_count(obj);
+  const bool cut = max_len >= 1 && n > max_len;
+  const long keep = cut ? max_len : n;
+  out += quote;
+  if (keep > 0) {
     if (obj.type == type_string) {
-      const auto& m = obj.get<matrix<std::string>>();
-      if (!m.is_empty()) text = *m.begin();
-    } else if (obj.type == type_char) {
+      out.append(obj.get<matrix<std::string>>().data()->data(), static_cast<size_t>(keep));
+    } else {
       const auto& m = obj.get<matrix<char>>();
-      if (!m.is_empty())
-        for (char c : m) text += c;
+      if (m.is_contiguous()) {
+        out.append(m.data(), static_cast<size_t>(keep));
+      } else {
+        long k = 0;
+        for (auto it = m.begin(); k < keep; ++it, ++k) out += *it;
+      }
     }
   }
-  if (max_len >= 1 && static_cast<long>(text.size()) > max_len)
-    return quote + text.substr(0, static_cast<size_t>(max_len)) + "..." + quote;
-  return quote + text + quote;
+  if (cut) out += "...";
+  out += quote;
+}
+
+std::string string_quote_truncate(const zo_obj& obj, long max_len) {
+  std::string out;
+  append_string_quote_truncate(out, obj, max_len);
+  return out;
 }
 
 }  // namespace internal

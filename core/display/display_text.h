@@ -22,12 +22,18 @@ std::string escape_str(const std::string& s);
 
 // Appends the visible form of the n bytes at p to out.
 void append_escaped(std::string& out, const char* p, long n);
+// The length of that visible form.
+long escaped_length(const char* p, long n);
 
 // The quoted text of a string value (kind 17, first element; '"') or a char
 // value (kind 13, its characters in storage order; '\'').  With max_len >= 1
 // a longer text is cut to max_len characters followed by "...".  -1 never
 // cuts.  Any other kind or a null payload gives a pair of quotes.
 std::string string_quote_truncate(const zo_obj& obj, long max_len);
+// The same appended to out, reading no more of the text than it keeps.
+void append_string_quote_truncate(std::string& out, const zo_obj& obj, long max_len);
+// The length of string_quote_truncate(obj, max_len), in constant time.
+long string_quote_truncate_length(const zo_obj& obj, long max_len);
 
 }  // namespace internal
 }  // namespace zorvat

@@ -7,7 +7,7 @@
 #include "display/display_text.h"
 #include "matrix/matrix.h"
 #include "memory/str_util.h"
-#include "value/one_line.h"
+#include "value/kind_table.h"
 #include "value/zo_obj.h"
 
 namespace zorvat {
@@ -18,47 +18,30 @@ void obj2str_stream(S& s, const zo_obj& obj, long width) {
   if (width == -1) width = 80;
   const bool loose = loose_spacing();
   if (!s.stopped()) s << str_format(loose ? "\n  %s\n\n" : "  %s\n", obj.brief_type_str().c_str());
-  // The one place that maps kinds to renderers.
-  switch (obj.type) {
-    case type_string:
+  // The renderer of each kind follows from its payload type in the kind table.
+  visit_kind(obj.type, [&](auto k) {
+    using P = typename decltype(k)::payload;
+    if constexpr (std::is_same_v<P, matrix<std::string>>) {
       obj2str_impl_string(s, obj, width);
-      break;
-    case type_int8:
-    case type_int16:
-    case type_int32:
-    case type_int64:
-    case type_uint8:
-    case type_uint16:
-    case type_uint32:
-    case type_uint64:
-    case type_double:
-    case type_single:
-    case type_complex_double:
-    case type_complex_single:
-    case type_char:
-    case type_logical:
+    } else if constexpr (dense_payload_v<P>) {
       obj2str_impl_m(s, obj, width);
-      break;
-    case type_cell:
+    } else if constexpr (std::is_same_v<P, cell_array>) {
       obj2str_impl_cell(s, obj, width);
-      break;
-    case type_sparse_double:
-    case type_sparse_single:
-    case type_sparse_complex_double:
-    case type_sparse_complex_single:
-    case type_sparse_logical:
+    } else if constexpr (sparse_payload<P>::value) {
       obj2str_impl_sparse(s, obj);
-      break;
-    default:
+    } else {
+      // Function handles, structures, external objects and every kind
+      // without a renderer; their text ends without a line feed.
       obj2str_impl_s(s, obj);
       if (loose) s << "\n";
-  }
+    }
+  });
 }
 
 std::string obj2str(const zo_obj& obj, long width) {
   FixedLengthStream s(obj2str_limit);
   obj2str_stream(s, obj, width);
-  return s.str();
+  return s.release();
 }
 
 void obj2console(std::ostream& os, const zo_obj& obj, long width, long threshold) {

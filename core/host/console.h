@@ -1,8 +1,10 @@
 // console.h: console output, console width and the user's directories.
 //
-// The core never writes to the process's standard streams and never computes
-// directories: the host answers for them through its query callbacks
-// (host_query.h).  Without a host, text is dropped, the width is -1 and the
+// Console text and directories come from the host, through its query
+// callbacks (host_query.h); the core computes no directories.  The one text
+// that the core writes to the process's standard error itself is the
+// plugin manager's warning that the extension library is missing (there may
+// be no host to ask yet).  Without a host, text is dropped, the width is -1 and the
 // directories are empty.  The writers neither add line feeds nor buffer;
 // buffering is the caller's (the display's output sinks).
 //

@@ -116,17 +116,8 @@ std::string cell_array::to_string() const {
 }
 
 const char* cell_array::type_str_cell(std::shared_ptr<zo_obj const> obj) {
-  // Indexed by kind.  Complex kinds share their real counterparts' names and
-  // sparse kinds are "unknown", both on purpose.
-  static const char* const names[] = {
-      "unknown", "int8",     "int16",   "int32",   "int64",   "uint8",   "uint16",  "uint32",
-      "uint64",  "double",   "single",  "double",  "single",  "char",    "logical", "function",
-      "struct",  "string",   "control", "handle",  "unknown", "extern",  "void",    "unknown",
-      "unknown", "cell",     "unknown", "unknown", "unknown", "unknown", "unknown", "unknown",
-  };
-  static_assert(sizeof(names) / sizeof(names[0]) == 32, "one name per kind 0..31");
   const int t = obj ? static_cast<int>(obj->type) : static_cast<int>(type_double);
-  return t >= 0 && t < 32 ? names[t] : "unknown";
+  return internal::kind_cell_name(t);
 }
 
 namespace {

@@ -1,7 +1,13 @@
 // kind_table.h: what each value kind holds and how its payload is made,
 // copied and adopted, written once for the library's own sources.
 //
-// ZORVAT_FOR_EACH_KIND (kind_list.h) lists every kind with a payload type.
+// ZORVAT_FOR_EACH_KIND (kind_list.h) lists every kind with a payload type:
+//   X(kind, payload type, dense element type or void, filled by create_from_nullptr,
+//     type_str name, short name in cell displays)
+// Kinds not listed (0, 23, 24 and any other number) are named "error" and,
+// in cells, "unknown"; kind 20 is listed with those names on purpose.  The
+// complex kinds share their real counterparts' short names, and the sparse
+// kinds and variable lists are "unknown" in cells, also on purpose.
 // visit_kind() turns a runtime kind into a kind_tag<P, ...> (P = void for
 // kinds without a payload), and kind_ops<P> says how the payload of P is made
 // by reset(), copied by copy_on_write() and adopted from a raw pointer.  Only
@@ -52,7 +58,7 @@ struct kind_tag {
 template <class F>
 decltype(auto) visit_kind(int t, F&& f) {
   switch (t) {
-#define ZORVAT_KIND_CASE(id, P, E, fill) \
+#define ZORVAT_KIND_CASE(id, P, E, fill, name, cell_name) \
   case id:                               \
     return f(kind_tag<P, fill>{});
     ZORVAT_FOR_EACH_KIND(ZORVAT_KIND_CASE)
@@ -62,10 +68,34 @@ decltype(auto) visit_kind(int t, F&& f) {
   }
 }
 
+// The type_str name and the short cell name of kind t.
+constexpr const char* kind_name(int t) {
+  switch (t) {
+#define ZORVAT_KIND_NAME(id, P, E, fill, name, cell_name) \
+  case id:                                               \
+    return name;
+    ZORVAT_FOR_EACH_KIND(ZORVAT_KIND_NAME)
+#undef ZORVAT_KIND_NAME
+    default:
+      return "error";
+  }
+}
+constexpr const char* kind_cell_name(int t) {
+  switch (t) {
+#define ZORVAT_KIND_CELL_NAME(id, P, E, fill, name, cell_name) \
+  case id:                                                    \
+    return cell_name;
+    ZORVAT_FOR_EACH_KIND(ZORVAT_KIND_CELL_NAME)
+#undef ZORVAT_KIND_CELL_NAME
+    default:
+      return "unknown";
+  }
+}
+
 // The kind whose payload is matrix<E>; type_error when there is none.
 template <class E>
 constexpr zo_type dense_kind_of() {
-#define ZORVAT_KIND_OF_ELEMENT(id, P, E2, fill) \
+#define ZORVAT_KIND_OF_ELEMENT(id, P, E2, fill, name, cell_name) \
   if (std::is_same_v<E, E2>) return id;
   ZORVAT_FOR_EACH_KIND(ZORVAT_KIND_OF_ELEMENT)
 #undef ZORVAT_KIND_OF_ELEMENT

@@ -1,9 +1,9 @@
 // one_line.h: the one-line rendering of a value, as used by
 // structure::to_string for its field lines.
 //
-// The display subsystem defines it (quoted text, a compact row vector, or
-// "[<brief type>]"); the values subsystem carries a weak fallback so that it
-// links and works on its own.
+// Defined by the display (display/obj2str.cpp, declared again in
+// display/display.h): a quoted text, a compact row vector, or
+// "[<brief type>]".  Structures depend on the display for it.
 #pragma once
 
 #include <string>

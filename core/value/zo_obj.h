@@ -150,7 +150,7 @@ class zo_obj {
   template <class T>
   static constexpr bool holds(zo_type t) {
     switch (t) {
-#define ZORVAT_KIND_HOLDS(id, P, E, fill) \
+#define ZORVAT_KIND_HOLDS(id, P, E, fill, name, cell_name) \
   case id:                                \
     return std::is_same_v<std::remove_cv_t<T>, P> || kind_holds_extern<T>(id);
       ZORVAT_FOR_EACH_KIND(ZORVAT_KIND_HOLDS)
@@ -239,12 +239,6 @@ class zo_obj {
   extern template std::shared_ptr<zo_obj> zo_obj::make_matrix<T>(long, long, std::initializer_list<T>);
 ZORVAT_FOR_EACH_DENSE_TYPE(ZORVAT_EXTERN_MAKE_MATRIX)
 #undef ZORVAT_EXTERN_MAKE_MATRIX
-
-// The element types whose values as_int_mat converts (the integer kinds,
-// double and single).
-#define ZORVAT_FOR_EACH_INT_MAT_SOURCE_TYPE(X)                         \
-  X(signed char) X(short) X(int) X(long) X(unsigned char) X(unsigned short) \
-  X(unsigned int) X(unsigned long) X(double) X(float)
 
 #define ZORVAT_EXTERN_AS_INT_MAT(T) extern template zo_obj zo_obj::as_int_mat_impl<T>() const;
 ZORVAT_FOR_EACH_INT_MAT_SOURCE_TYPE(ZORVAT_EXTERN_AS_INT_MAT)

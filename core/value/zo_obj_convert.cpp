@@ -92,14 +92,7 @@ struct real_conv {
 #define ZORVAT_INTEGER_CONV(E) \
   template <>                  \
   struct element_conv<E> : integer_conv<E> {};
-ZORVAT_INTEGER_CONV(signed char)
-ZORVAT_INTEGER_CONV(short)
-ZORVAT_INTEGER_CONV(int)
-ZORVAT_INTEGER_CONV(long)
-ZORVAT_INTEGER_CONV(unsigned char)
-ZORVAT_INTEGER_CONV(unsigned short)
-ZORVAT_INTEGER_CONV(unsigned int)
-ZORVAT_INTEGER_CONV(unsigned long)
+ZORVAT_FOR_EACH_INTEGER_TYPE(ZORVAT_INTEGER_CONV)
 #undef ZORVAT_INTEGER_CONV
 
 template <>

@@ -32,6 +32,7 @@ const layout_case header_cases[] = {
     {"EmptyColumnsShowOnlyHeader", [] { return arr<double>({0, 5}); }, 80, 0, true, "\n  empty 0x5 double\n\n"},
     {"EmptyChar", [] { return zo_obj("", type_char); }, 80, 0, true, "\n  empty 1x0 char\n\n"},
     {"EmptyInteger", [] { return arr<int>({3, 0}); }, 80, 0, false, "  empty 3x0 int32\n"},
+    {"EmptyComplexShowsOnlyHeader", [] { return arr<cd>({0, 0}); }, 80, 0, true, "\n  empty 0x0 complex double\n\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Header, Layout, ::testing::ValuesIn(header_cases), case_name);
 
@@ -151,14 +152,21 @@ const layout_case logical_and_char_cases[] = {
 };
 INSTANTIATE_TEST_SUITE_P(LogicalAndChar, Layout, ::testing::ValuesIn(logical_and_char_cases), case_name);
 
-// Format 9: one sign character per element, all columns on one page.
+// Format 9: one sign character per floating element, all columns on one
+// page; integer arrays and whole-valued doubles (the int32 path) stay decimal.
 const layout_case sign_cases[] = {
     {"Doubles", [] { return arr<double>({2, 3}, {1.5, nan, -2, 3, 0, -0.5}); }, 80, 9, true,
      "\n  2x3 double\n\n+- \n +-\n\n"},
-    {"WholeValuesCompact", [] { return row({3, -1, 0}); }, 80, 9, false, "  1x3 double\n+- \n"},
+    {"WholeValuedDoublesStayDecimal", [] { return row({1, -2, 0}); }, 80, 9, false, "  1x3 double\n   1  -2   0\n"},
+    {"Int32StaysDecimal", [] { return arr<int>({1, 3}, {1, -2, 0}); }, 80, 9, false, "  1x3 int32\n   1  -2   0\n"},
     {"AllColumnsOnOnePage", [] { return row({1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, -1.5}); }, 20, 9,
      false, "  1x11 double\n++++++++++-\n"},
-    {"Unsigned", [] { return arr<unsigned char>({1, 2}, {0, 200}); }, 80, 9, false, "  1x2 uint8\n +\n"},
+    {"UnsignedStaysDecimal", [] { return arr<unsigned char>({1, 2}, {0, 200}); }, 80, 9, false,
+     "  1x2 uint8\n     0   200\n"},
+    {"ComplexByRealPart", [] { return arr<cd>({1, 2}, {cd(-1, 1), cd(0.5, -1)}); }, 80, 9, false,
+     "  1x2 complex double\n-+\n"},
+    {"LogicalStaysDecimal", [] { return arr<bool>({1, 2}, {true, false}); }, 80, 9, false,
+     "  1x2 logical\n   1   0\n"},
 };
 INSTANTIATE_TEST_SUITE_P(SignFormat, Layout, ::testing::ValuesIn(sign_cases), case_name);
 

@@ -12,6 +12,7 @@
 #include "display_test_util.h"
 #include "host/host_query.h"
 #include "sparse/sparse_matrix.h"
+#include "value/cell_array.h"
 
 namespace zorvat_test {
 namespace {
@@ -108,6 +109,24 @@ TEST_F(EntryPoints, StringCapEndsInMarkAndBoundsTheText) {
   EXPECT_EQ(capped.substr(capped.size() - mark.size()), mark);
   const std::string kept = capped.substr(0, capped.size() - mark.size());
   EXPECT_EQ(full.str().compare(0, kept.size(), kept), 0);
+}
+
+// The cap also bounds string and cell layouts, which are measured column by
+// column: the capped text is still the beginning of the console text.
+TEST_F(EntryPoints, StringCapOfHugeCellAndStringArrayIsPrefixOfConsoleText) {
+  const std::string mark = "\n\n  ...\n";
+  auto* c = new cell_array(110000, 3);
+  auto text = std::make_shared<zo_obj>("a\tb");
+  for (long k = 0; k < c->data().size(); ++k) c->data()(k) = k % 7 ? text : std::make_shared<zo_obj>(1.5);
+  zo_obj strings(std::vector<std::string>(480000, "x\ny"), 160000, 3);
+  for (const zo_obj& v : {zo_obj(type_cell, c), strings}) {
+    const std::string capped = internal::obj2str(v, 80);
+    std::ostringstream full;
+    internal::obj2console(full, v, 80, 65536);
+    ASSERT_GT(capped.size(), static_cast<size_t>(internal::obj2str_limit));
+    EXPECT_EQ(capped.substr(capped.size() - mark.size()), mark);
+    EXPECT_EQ(full.str().compare(0, capped.size() - mark.size(), capped, 0, capped.size() - mark.size()), 0);
+  }
 }
 
 // The host's console, recorded.
@@ -291,6 +310,11 @@ TEST_F(OneLine, RowVectorTexts) {
       {arr<int>({1, 50}, {100, 101, 102, 103, 104, 105, 106, 107}), 20, true, "[100 101 102 103 104 105...]"},
   };
   for (const auto& r : rows) EXPECT_EQ(internal::row_vector_to_string(r.value, r.max_len, r.bracket), r.text);
+  // The typed workers, named by their element type.
+  const matrix<int> m(1, 2);
+  EXPECT_EQ(internal::row_vector_to_string_impl<int>(&m, 100, true), "[0 0]");
+  const sparse_matrix<bool> sm(1, 2, 0);
+  EXPECT_EQ(internal::row_vector_to_string_impl<bool>(&sm, 100, true), "[]");
 }
 
 TEST_F(OneLine, SummaryOfAnyValue) {

@@ -105,6 +105,9 @@ TEST(SparseScale, LowerAndUpperBoundsAreExponents) {
   EXPECT_EQ(internal::get_scale_float(small, -3.0, 3.0), 1.0);  // magnitudes start at 1
   EXPECT_EQ(internal::get_scale_float(big, -3.0, 3.0), 1e7);
   EXPECT_EQ(internal::get_scale_float(big, -3.0, 8.0), 1.0);
+  // The template parameters as written by callers: the matrix type and the
+  // type of the bounds.
+  EXPECT_EQ((internal::get_scale_float<sparse_matrix<double>, double>(big, -3.0, 3.0)), 1e7);
 }
 
 }  // namespace

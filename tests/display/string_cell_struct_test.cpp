@@ -1,5 +1,6 @@
 // Whole texts of obj2str for string arrays, cell arrays, structures, function
 // handles, external objects and kinds without a rendering: one table per rule.
+#include <climits>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -30,7 +31,7 @@ zo_obj cell_of(long m, long n, std::vector<std::shared_ptr<zo_obj>> items) {
 }
 
 const layout_case string_cases[] = {
-    {"ScalarLoose", [] { return zo_obj("abc"); }, 80, 0, true, "\n  1x1 string\n\n    \"abc\"\n\n"},
+    {"ScalarLoose", [] { return zo_obj("abc"); }, 80, 0, true, "\n  1x1 string\n\n    \"abc\"\n"},
     {"ScalarCompact", [] { return zo_obj("abc"); }, 80, 0, false, "  1x1 string\n    \"abc\"\n"},
     {"EmptyArrayShowsOnlyHeader", [] { return strings({}, 0, 3); }, 80, 0, false, "  empty 0x3 string\n"},
     {"ColumnsPaddedToLongest", [] { return strings({"a", "cc", "bbb", "d"}, 2, 2); }, 80, 0, false,
@@ -45,9 +46,9 @@ const layout_case string_cases[] = {
     {"WiderThanConsoleAlone", [] { return strings({"aaaaaaaaaa", "bb", std::string(24, 'c')}, 1, 3); }, 20, 0, false,
      "  1x3 string\n  列 1\n    \"aaaaaaaaaa\"\n  列 2\n    \"bb\"\n  列 3\n    \"" + std::string(24, 'c') + "\"\n"},
     {"FirstColumnWiderThanConsole", [] { return strings({std::string(30, 'x'), "y"}, 1, 2); }, 20, 0, true,
-     "\n  1x2 string\n\n  列 1\n\n    \"" + std::string(30, 'x') + "\"\n\n  列 2\n\n    \"y\"\n\n"},
+     "\n  1x2 string\n\n  列 1\n\n    \"" + std::string(30, 'x') + "\"\n  列 2\n\n    \"y\"\n"},
     {"SlicesOfNdArray", [] { return arr<std::string>({1, 1, 2}, {"p", "q"}); }, 80, 0, true,
-     "\n  1x1x2 string\n\n(:,:,1) = \n\n    \"p\"\n\n(:,:,2) = \n\n    \"q\"\n\n"},
+     "\n  1x1x2 string\n\n(:,:,1) = \n\n    \"p\"\n(:,:,2) = \n\n    \"q\"\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Strings, Layout, ::testing::ValuesIn(string_cases), case_name);
 
@@ -65,8 +66,18 @@ const layout_case cell_cases[] = {
      "  1x1 cell array\n    {[1 2 3]}\n"},
     {"EmptySlotAndPadding", [] { return cell_of(2, 2, {chars("ab"), nullptr, nullptr, item(2.5)}); }, 80, 0, false,
      "  2x2 cell array\n    {'ab'}    {        }\n    {    }    {[2.5000]}\n"},
-    {"ControlCharsInCharRowEscaped", [] { return cell_of(1, 1, {chars("x\ty\n")}); }, 80, 0, false,
-     "  1x1 cell array\n    {'x\\ty\\n'}\n"},
+    // (2 x width) / 5 at the ends of long: no overflow, nothing cut.
+    {"WidestConsole", [] { return cell_of(1, 2, {item("abc"), chars("de")}); }, LONG_MAX, 0, false,
+     "  1x2 cell array\n    {\"abc\"}    {'de'}\n"},
+    {"NegativeWidthColumnsAlone", [] { return cell_of(1, 2, {item("abc"), chars("de")}); }, LONG_MIN, 0, false,
+     "  1x2 cell array\n  列 1\n    {\"abc\"}\n  列 2\n    {'de'}\n"},
+    // A quoted summary is the cut text as it stands: never escaped, never past W.
+    {"ControlCharsInCharRowKept", [] { return cell_of(1, 1, {chars("x\ty\n")}); }, 80, 0, false,
+     "  1x1 cell array\n    {'x\ty\n'}\n"},
+    {"ControlCharsCutAtW", [] { return cell_of(1, 1, {item(std::string(40, '\t').c_str())}); }, 80, 0, true,
+     "\n  1x1 cell array\n\n    {\"" + std::string(32, '\t') + "...\"}\n"},
+    {"LoosePagesHaveNoTrailingBlankLine", [] { return cell_of(1, 2, {item(std::string(30, 'a').c_str()), item(2.5)}); },
+     30, 0, true, "\n  1x2 cell array\n\n  列 1\n\n    {\"aaaaaaaaaaaa...\"}\n  列 2\n\n    {[2.5000]}\n"},
     {"NestedContainersShowSizeAndType",
      [] { return cell_of(1, 2, {item(type_cell, new cell_array(2, 3)), item(type_struct, new structure(1, 2))}); },
      80, 0, false, "  1x2 cell array\n    {2x3 cell}    {1x2 struct}\n"},
@@ -105,9 +116,9 @@ zo_obj struct_array_of_fields() {
 
 const layout_case other_cases[] = {
     {"FunctionHandle", [] { return zo_obj(function_handle(fh_anonymous, "@(x) x + 1")); }, 80, 0, true,
-     "\n  1x1 function_handle\n\n    @(x) x + 1\n\n"},
-    {"FunctionHandleCompactEndsLine", [] { return zo_obj(function_handle(fh_named, "sin")); }, 80, 0, false,
-     "  1x1 function_handle\n    sin\n"},
+     "\n  1x1 function_handle\n\n    @(x) x + 1\n"},
+    {"FunctionHandleCompactHasNoLineFeed", [] { return zo_obj(function_handle(fh_named, "sin")); }, 80, 0, false,
+     "  1x1 function_handle\n    sin"},
     {"ControlKindPrintsNotice", [] { return zo_obj(controlType{1}); }, 80, 0, false,
      "  1x1 control\n  (暂不支持该类数据的输出)\n"},
     {"BaseExternObjectIsEmpty", [] { return zo_obj(new extern_obj_base); }, 80, 0, true, "\n  1x1 extern object\n\n\n"},
@@ -135,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(Others, Layout, ::testing::ValuesIn(other_cases), case_
 TEST(CellDisplay, SelfContainingAndDeeplyNestedCellsDoNotRecurse) {
   auto self = std::make_shared<zo_obj>(type_cell, new cell_array(1, 1));
   self->get<cell_array>()(0) = self;
-  EXPECT_EQ(internal::obj2str(*self, 80), "\n  1x1 cell array\n\n    {1x1 cell}\n\n");
+  EXPECT_EQ(internal::obj2str(*self, 80), "\n  1x1 cell array\n\n    {1x1 cell}\n");
   self->get<cell_array>()(0) = nullptr;  // break the cycle
 
   auto chain = std::make_shared<zo_obj>(2.0);
@@ -144,12 +155,32 @@ TEST(CellDisplay, SelfContainingAndDeeplyNestedCellsDoNotRecurse) {
     outer->get<cell_array>()(0) = chain;
     chain = outer;
   }
-  EXPECT_EQ(internal::obj2str(*chain, 80), "\n  1x1 cell array\n\n    {1x1 cell}\n\n");
+  EXPECT_EQ(internal::obj2str(*chain, 80), "\n  1x1 cell array\n\n    {1x1 cell}\n");
   // Unlink from the outside so that releasing the chain does not nest 2000 deep.
   while (chain->type == type_cell) {
     auto next = chain->get<cell_array>()(0);
     chain->get<cell_array>()(0) = nullptr;
     chain = next;
+  }
+}
+
+// Every renderer at the extreme console widths: no overflow (UBSan), and the
+// capped string text equals the console text.
+TEST(DisplayWidths, ExtremeWidthsRenderEveryKind) {
+  const zo_obj values[] = {
+      cell_of(2, 2, {item("abc"), chars("de"), item(arr<int>({1, 3}, {1, 2, 3})), nullptr}),
+      strings({"a", "bb", "ccc", "d"}, 2, 2),
+      arr<double>({2, 3}, {0.5, 1, 2, 3, 4, 5}),
+      arr<int>({1, 3}, {1, -2, 3}),
+      arr<bool>({1, 2}, {true, false}),
+      zo_obj(type_sparse_double, new sparse_matrix<double>({{1.5, 0, 0}, {2.5, 2, 0}}, 3, 4)),
+  };
+  for (long width : {LONG_MIN, LONG_MIN + 1, -2L, 0L, 1L, LONG_MAX - 1, LONG_MAX}) {
+    for (const zo_obj& v : values) {
+      std::ostringstream os;
+      internal::obj2console(os, v, width, 0);
+      EXPECT_EQ(internal::obj2str(v, width), os.str()) << v.brief_type_str() << " width " << width;
+    }
   }
 }
 
