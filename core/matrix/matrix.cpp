@@ -223,6 +223,7 @@ void matrix<T>::iterator::advance_along_dim(long d) {
     index_[d] = 0;
     ptr_ -= strides[d] * dims[d];
   }
+  i0_ = index_[0];
   il_ = index_[last];
 }
 

@@ -282,12 +282,13 @@ class matrix : public matrix_base {
     // REQUIRES: the iterator is not at the end.
     iterator& operator++() {
       ZORVAT_ASSERT(m_ && il_ < m_->dims_[index_.size() - 1]);
-      // The first subscript is stored at every step (index() stays exact);
-      // everything else of the step stays in registers.
+      // The first subscript is stored at every step (index() stays exact)
+      // but never read back: the walk counts in i0_, so no step waits for
+      // the previous step's store.
       ptr_ += s0_;
-      long& i0 = index_[0];
-      if (++i0 < n0_) return *this;
-      i0 = 0;
+      index_[0] = ++i0_;
+      if (i0_ < n0_) return *this;
+      index_[0] = i0_ = 0;
       ptr_ -= s0_ * n0_;
       carry(1);
       return *this;
@@ -343,6 +344,7 @@ class matrix : public matrix_base {
     const matrix* m_ = nullptr;
     std::vector<long> index_;
     T* ptr_ = nullptr;
+    long i0_ = 0;           // equals index_[0]
     long n0_ = 0, s0_ = 0;  // first extent and stride, for the inner step
     long il_ = 0;           // copy of the last subscript, for a one-compare end test
   };
