@@ -48,6 +48,18 @@ struct element_traits {
     }
   }
 
+  // The same, but arithmetic elements are left unset: for a block that is
+  // overwritten whole before anyone reads it.
+  static T* make_for_overwrite(std::uint64_t n) {
+    if constexpr (is_object) {
+      return make(n);
+    } else {
+      void* p = std::malloc(n * sizeof(T));
+      if (!p) throw insufficient_memory(static_cast<unsigned long>(n * sizeof(T)));
+      return static_cast<T*>(p);
+    }
+  }
+
   static void release(T* p) noexcept {
     if constexpr (is_object) {
       delete[] p;

@@ -44,22 +44,37 @@ zo_container<T>::~zo_container() {
   internal::element_traits<T>::release(data);
 }
 
-template <class T>
-std::shared_ptr<zo_container<T>> zo_container<T>::make(long n) {
+namespace {
+
+template <class T, bool zeroed>
+std::shared_ptr<zo_container<T>> make_block(long n) {
   using traits = internal::element_traits<T>;
   if (n <= 0) return nullptr;
   if (static_cast<std::uint64_t>(n) > traits::max_count) throw std::bad_array_new_length();
-  T* p = traits::make(static_cast<std::uint64_t>(n));
-  zo_container* c;
+  T* p = zeroed ? traits::make(static_cast<std::uint64_t>(n))
+                : traits::make_for_overwrite(static_cast<std::uint64_t>(n));
+  zo_container<T>* c;
   try {
-    c = new zo_container;
+    c = new zo_container<T>;
   } catch (...) {
     traits::release(p);
     throw;
   }
   c->count = static_cast<std::uint64_t>(n);
   c->data = p;
-  return std::shared_ptr<zo_container>(c);  // deletes c if the handle fails
+  return std::shared_ptr<zo_container<T>>(c);  // deletes c if the handle fails
+}
+
+}  // namespace
+
+template <class T>
+std::shared_ptr<zo_container<T>> zo_container<T>::make(long n) {
+  return make_block<T, true>(n);
+}
+
+template <class T>
+std::shared_ptr<zo_container<T>> zo_container<T>::make_for_overwrite(long n) {
+  return make_block<T, false>(n);
 }
 
 // ---------------------------------------------------------------- construction
@@ -92,7 +107,9 @@ matrix<T>::matrix(const matrix& other) : matrix() {
 }
 
 template <class T>
-matrix<T>::matrix(matrix&& other) noexcept {
+matrix<T>::matrix(matrix&& other) {
+  // This array's default dims and strides exist already (the only
+  // allocations); the move proper swaps them into the source.
   matrix_mov_impl(std::move(other));
 }
 
@@ -182,9 +199,10 @@ void matrix<T>::clear() {
 
 template <class T>
 void matrix<T>::iterator::advance_along_dim(long d) {
-  index_[0] = i0_;
-  const long start = d;
   const long last = static_cast<long>(index_.size()) - 1;
+  ZORVAT_ASSERT(m_ && last >= 0 && index_[last] < m_->dims_[last]);
+  d = std::clamp(d, 0L, last);
+  const long start = d;
   const long* dims = m_->dims_.data();
   const long* strides = m_->strides_.data();
   for (;; ++d) {
@@ -211,6 +229,7 @@ void matrix<T>::iterator::advance_along_dim(long d) {
 
 template <class T>
 void matrix<T>::iterator::move_to_end() {
+  if (index_.empty()) return;
   const size_t last = index_.size() - 1;
   index_[last] = m_->dims_[last];
   il_ = index_[last];
@@ -247,7 +266,22 @@ matrix<T> matrix<T>::share_as(std::vector<long> dims, std::vector<long> strides,
   r.storage_ = storage_;
   r.size_max_ = size_max_;
   r.rebase();
+  r.assert_inside_block();
   return r;
+}
+
+template <class T>
+void matrix<T>::assert_inside_block() const {
+#if defined(ZORVAT_DEBUG_CHECKS) && ZORVAT_DEBUG_CHECKS
+  if (size_ <= 0) return;
+  long lo = 0, hi = 0;
+  for (size_t k = 0; k < dims_.size(); ++k) {
+    const long reach = (dims_[k] - 1) * strides_[k];
+    (reach < 0 ? lo : hi) += reach;
+  }
+  ZORVAT_ASSERT(storage_ && offset_ + lo >= 0 &&
+                static_cast<std::uint64_t>(offset_ + hi) < storage_->count);
+#endif
 }
 
 template <class T>
@@ -283,7 +317,8 @@ void matrix<T>::matrix_cpy_impl(const matrix& src) {
   if (src.size_max_ > 0 && count > 0) {
     const bool reuse = storage_ && storage_.use_count() == 1 && size_max_ == src.size_max_ &&
                        storage_->count == count && storage_ != src.storage_;
-    block = reuse ? storage_ : zo_container<T>::make(static_cast<long>(count));
+    // A fresh block is overwritten whole at once: no zero-fill first.
+    block = reuse ? storage_ : zo_container<T>::make_for_overwrite(static_cast<long>(count));
     internal::element_traits<T>::copy(block->data, src.storage_->data, count);
   }
   dims_ = src.dims_;
@@ -297,15 +332,20 @@ void matrix<T>::matrix_cpy_impl(const matrix& src) {
 
 template <class T>
 void matrix<T>::matrix_mov_impl(matrix&& src) noexcept {
-  dims_ = std::move(src.dims_);
-  strides_ = std::move(src.strides_);
+  // The source gets this array's old vectors back, refilled in place: every
+  // array holds at least two dims, so the refill never allocates.
+  dims_.swap(src.dims_);
+  strides_.swap(src.strides_);
   size_ = src.size_;
   offset_ = src.offset_;
   storage_ = std::move(src.storage_);
   size_max_ = src.size_max_;
   rebase();
-  src.dims_ = {0, 0};
-  src.strides_ = {1, 0};
+  src.dims_.resize(2);
+  src.dims_[0] = src.dims_[1] = 0;
+  src.strides_.resize(2);
+  src.strides_[0] = 1;
+  src.strides_[1] = 0;
   src.size_ = 0;
   src.storage_.reset();
   src.size_max_ = 0;
@@ -317,15 +357,20 @@ template <class T>
 void matrix<T>::blt(long row, long col, const matrix& src) {
   if (!is_contiguous() || !src.is_contiguous())
     throw std::runtime_error(tr("同类 blt 时假定存储连续。请先调用 .contiguous()。"));
-  const long nr = std::min(src.rows(), rows() - row);
-  const long nc = std::min(src.cols(), cols() - col);
+  // Source rows and columns that would land before this array are skipped.
+  const long r0 = row < 0 ? -std::max(row, -src.rows()) : 0;
+  const long c0 = col < 0 ? -std::max(col, -src.cols()) : 0;
+  row += r0;
+  col += c0;
+  const long nr = std::min(src.rows() - r0, rows() - row);
+  const long nc = std::min(src.cols() - c0, cols() - col);
   const long np = std::min(src.tail_dim(2), tail_dim(2));
   if (nr <= 0 || nc <= 0 || np <= 0) return;
   const long dst_page = rows() * cols(), src_page = src.rows() * src.cols();
   for (long p = 0; p < np; ++p)
     for (long j = 0; j < nc; ++j) {
       T* d = data_ + p * dst_page + (col + j) * strides_[1] + row;
-      const T* s = src.data_ + p * src_page + j * src.strides_[1];
+      const T* s = src.data_ + p * src_page + (c0 + j) * src.strides_[1] + r0;
       internal::element_traits<T>::copy(d, s, static_cast<std::uint64_t>(nr));
     }
 }

@@ -29,6 +29,7 @@
 
 #include "matrix/zo_hdl.h"
 #include "memory/type_lists.h"
+#include "memory/zo_assert.h"
 #include "memory/zo_malloc.h"
 
 namespace zorvat {
@@ -70,6 +71,9 @@ struct zo_container {
   // n * sizeof(T) does not fit 64 bits and insufficient_memory when the heap
   // refuses; nothing is left allocated on failure.
   static std::shared_ptr<zo_container> make(long n);
+  // The same for a block that the caller overwrites whole at once: arithmetic
+  // elements are left unset instead of zero-filled (copies use it).
+  static std::shared_ptr<zo_container> make_for_overwrite(long n);
 };
 
 template <class T>
@@ -88,7 +92,11 @@ class matrix : public matrix_base {
   explicit matrix(const std::vector<long>& dims);
   matrix(std::initializer_list<long> dims);
   matrix(const matrix& other);
-  matrix(matrix&& other) noexcept;
+  // Moves leave the source as a default-constructed array.  Construction has
+  // to give the source fresh dims and strides vectors, so it may throw
+  // std::bad_alloc (the source is then untouched); assignment hands the
+  // target's old vectors to the source and allocates nothing.
+  matrix(matrix&& other);
   matrix& operator=(const matrix& other);
   matrix& operator=(matrix&& other) noexcept;
   ~matrix() override = default;
@@ -142,28 +150,33 @@ class matrix : public matrix_base {
   T* data() { return data_; }
   const T* data() const { return data_; }
 
-  // Element access, unchecked.
-  // REQUIRES: the position lies inside the view.
+  // Element access, unchecked in release builds (debug builds check that the
+  // element lies inside the block).
+  // REQUIRES: the element addressed lies inside the block.
   // operator[] is the raw position from the first element, ignoring strides.
-  T& operator[](long i) { return data_[i]; }
-  const T& operator[](long i) const { return data_[i]; }
+  T& operator[](long i) { return data_[checked(i)]; }
+  const T& operator[](long i) const { return data_[checked(i)]; }
   // Linear index over the first two dims.  REQUIRES: rows() > 0.
-  T& operator()(long i) { return data_[(i % dims_[0]) * strides_[0] + (i / dims_[0]) * strides_[1]]; }
-  const T& operator()(long i) const {
-    return data_[(i % dims_[0]) * strides_[0] + (i / dims_[0]) * strides_[1]];
+  T& operator()(long i) { return data_[linear(i)]; }
+  const T& operator()(long i) const { return data_[linear(i)]; }
+  T& operator()(long i, long j) { return data_[checked(i * strides_[0] + j * strides_[1])]; }
+  const T& operator()(long i, long j) const {
+    return data_[checked(i * strides_[0] + j * strides_[1])];
   }
-  T& operator()(long i, long j) { return data_[i * strides_[0] + j * strides_[1]]; }
-  const T& operator()(long i, long j) const { return data_[i * strides_[0] + j * strides_[1]]; }
-  T& operator()(long i, long j, long k) { return data_[i * strides_[0] + j * strides_[1] + page_term(k)]; }
+  T& operator()(long i, long j, long k) {
+    return data_[checked(i * strides_[0] + j * strides_[1] + page_term(k))];
+  }
   const T& operator()(long i, long j, long k) const {
-    return data_[i * strides_[0] + j * strides_[1] + page_term(k)];
+    return data_[checked(i * strides_[0] + j * strides_[1] + page_term(k))];
   }
   // The fast forms assume a unit row stride and do not multiply i: intended,
   // they differ from operator() on views with another row stride.
-  T& at(long i, long j) { return data_[i + j * strides_[1]]; }
-  const T& at(long i, long j) const { return data_[i + j * strides_[1]]; }
-  T& at(long i, long j, long k) { return data_[i + j * strides_[1] + page_term(k)]; }
-  const T& at(long i, long j, long k) const { return data_[i + j * strides_[1] + page_term(k)]; }
+  T& at(long i, long j) { return data_[checked(i + j * strides_[1])]; }
+  const T& at(long i, long j) const { return data_[checked(i + j * strides_[1])]; }
+  T& at(long i, long j, long k) { return data_[checked(i + j * strides_[1] + page_term(k))]; }
+  const T& at(long i, long j, long k) const {
+    return data_[checked(i + j * strides_[1] + page_term(k))];
+  }
 
   // Comma initialisation by raw memory position: m << 1, 2, 3, 4 fills a
   // standard 2x2 array column by column.
@@ -171,7 +184,7 @@ class matrix : public matrix_base {
    public:
     comma_initializer(matrix& m, long pos) : m_(&m), pos_(pos) {}
     comma_initializer& operator,(const T& v) {
-      m_->data_[pos_++] = v;
+      (*m_)[pos_++] = v;
       return *this;
     }
 
@@ -180,7 +193,7 @@ class matrix : public matrix_base {
     long pos_;
   };
   comma_initializer operator<<(const T& v) {
-    data_[0] = v;
+    (*this)[0] = v;
     return comma_initializer(*this, 1);
   }
 
@@ -193,8 +206,10 @@ class matrix : public matrix_base {
   // Sets every element of the view to its fresh value; the shape stays.
   void clear();
 
-  // Views.  Both require a contiguous array and share its block; nothing is
-  // checked against the block's size.  A col_step of -1 selects m.
+  // Views.  Both require a contiguous array and share its block.  A col_step
+  // of -1 selects m.
+  // REQUIRES: every element of a non-empty view lies inside the block
+  // (checked in debug builds only).
   matrix view(long m, long n, long start = 0, long col_step = -1, long row_step = 1) const;
   matrix view(const std::vector<long>& dims, const std::vector<long>& strides, long start) const;
   // Braced lists pick the N-d form: view({3, 2}, {1, 3}, 0).
@@ -212,8 +227,9 @@ class matrix : public matrix_base {
   void matrix_cpy_impl(const matrix& src);
   // The move behind move construction and assignment; src ends up empty.
   void matrix_mov_impl(matrix&& src) noexcept;
-  // Copies src into this array at (row, col), clipped to what fits.  Both
-  // arrays must be contiguous.
+  // Copies src into this array with src's (0, 0) at (row, col), clipped to
+  // what fits: a negative row or col drops the leading rows or columns of
+  // src that would fall before this array.  Both arrays must be contiguous.
   void blt(long row, long col, const matrix& src);
 
   // Resizing.  resize() gives fresh elements unless the new size equals the
@@ -235,7 +251,8 @@ class matrix : public matrix_base {
 
   // Walks a view in column-major order.  The end position has its last
   // subscript equal to the last extent and all others zero; comparison looks
-  // at the subscripts only, never at the arrays or pointers.
+  // at the subscripts only, never at the arrays or pointers.  index() is the
+  // iterator's own subscript vector, current after every step.
   class iterator {
    public:
     using iterator_category = std::forward_iterator_tag;
@@ -250,22 +267,29 @@ class matrix : public matrix_base {
       if (at_end) move_to_end();
     }
 
-    T& operator*() const { return *ptr_; }
-    T* operator->() const { return ptr_; }
-    const std::vector<long>& index() const {
-      index_[0] = i0_;
-      return index_;
+    // REQUIRES: the iterator is at an element (not at the end, not empty).
+    T& operator*() const {
+      ZORVAT_ASSERT(at_element());
+      return *ptr_;
     }
+    T* operator->() const {
+      ZORVAT_ASSERT(at_element());
+      return ptr_;
+    }
+    const std::vector<long>& index() const { return index_; }
     T* ptr() const { return ptr_; }
 
+    // REQUIRES: the iterator is not at the end.
     iterator& operator++() {
-      // Fast path of the odometer: the first dimension has not wrapped.  Its
-      // subscript lives in i0_ while walking so the hot loop touches no
-      // memory but the element.
+      ZORVAT_ASSERT(m_ && il_ < m_->dims_[index_.size() - 1]);
+      // The first subscript is stored at every step (index() stays exact)
+      // but never read back: the walk counts in i0_, so no step waits for
+      // the previous step's store.
       ptr_ += s0_;
-      if (++i0_ < n0_) return *this;
+      index_[0] = ++i0_;
+      if (i0_ < n0_) return *this;
+      index_[0] = i0_ = 0;
       ptr_ -= s0_ * n0_;
-      i0_ = 0;
       carry(1);
       return *this;
     }
@@ -274,49 +298,71 @@ class matrix : public matrix_base {
       ++*this;
       return old;
     }
-    // Odometer step starting at dimension d (see matrix.cpp).
+    // Odometer step starting at dimension d (see matrix.cpp); a d below 0
+    // counts as 0 and one past the last dimension as the last.
+    // REQUIRES: the iterator is not at the end.
     void advance_along_dim(long d);
     void move_to_end();
 
     // Compares the subscripts from the last entry down to the first; the
-    // length of the left operand decides.
+    // length of the left operand decides (an entry the right operand lacks
+    // counts as 0).
     bool operator==(const iterator& o) const {
-      // The last subscript decides almost every comparison with end().
-      if (il_ != o.il_) return false;
       const size_t n = index_.size(), on = o.index_.size();
-      if (n == 0) return true;
-      for (size_t k = n; k-- > 1;)
+      // The last subscript decides almost every comparison with end().
+      if (n == on && il_ != o.il_) return false;
+      for (size_t k = n; k-- > 0;)
         if (index_[k] != (k < on ? o.index_[k] : 0)) return false;
-      return i0_ == o.i0_;
+      return true;
     }
     bool operator!=(const iterator& o) const { return !(*this == o); }
 
    private:
-    // Continues a step that started at dimension 0 and wrapped it.  Inline so
-    // that a walk keeps the iterator in registers.
+    bool at_element() const {
+      if (!m_ || !ptr_) return false;
+      for (size_t k = 0; k < index_.size(); ++k)
+        if (index_[k] < 0 || index_[k] >= m_->dims_[k]) return false;
+      return true;
+    }
+    // Continues a step that wrapped dimension d - 1.  Inline so that a walk
+    // keeps the iterator in registers.
     void carry(long d) {
       const long last = static_cast<long>(index_.size()) - 1;
       const long* dims = m_->dims_.data();
       const long* strides = m_->strides_.data();
+      long* idx = index_.data();
       for (; d < last; ++d) {
         ptr_ += strides[d];
-        if (++index_[d] < dims[d]) return;
-        index_[d] = 0;
+        if (++idx[d] < dims[d]) return;
+        idx[d] = 0;
         ptr_ -= strides[d] * dims[d];
       }
-      il_ = ++index_[last];
+      il_ = ++idx[last];
       ptr_ += strides[last];
     }
 
     const matrix* m_ = nullptr;
-    mutable std::vector<long> index_;  // entry 0 is kept in i0_ while walking
+    std::vector<long> index_;
     T* ptr_ = nullptr;
-    long i0_ = 0, n0_ = 0, s0_ = 0;
-    long il_ = 0;  // copy of the last subscript, for a one-compare end test
+    long i0_ = 0;           // equals index_[0]
+    long n0_ = 0, s0_ = 0;  // first extent and stride, for the inner step
+    long il_ = 0;           // copy of the last subscript, for a one-compare end test
   };
 
  private:
   long page_term(long k) const { return dims_.size() > 2 ? k * strides_[2] : 0; }
+  // pos (from data()) checked to lie inside the block in debug builds.
+  long checked(long pos) const {
+    ZORVAT_ASSERT(storage_ && offset_ + pos >= 0 &&
+                  static_cast<std::uint64_t>(offset_ + pos) < storage_->count);
+    return pos;
+  }
+  long linear(long i) const {
+    ZORVAT_ASSERT(dims_[0] > 0);
+    return checked((i % dims_[0]) * strides_[0] + (i / dims_[0]) * strides_[1]);
+  }
+  // REQUIRES of the views: a non-empty view stays inside the block.
+  void assert_inside_block() const;
   void rebase() { data_ = storage_ ? storage_->data + offset_ : nullptr; }
   // A second array on this block with the given geometry, `start` elements
   // past this array's first element.

@@ -81,6 +81,70 @@ TEST(MatrixIterator, EndIsTheSameWhicheverDimensionTheWalkAdvancedAlong) {
   EXPECT_EQ(&*it, &m(0, 1, 0));
 }
 
+TEST(MatrixIterator, IndexIsTheLiveSubscriptVector) {
+  // A reference taken once sees every step, on walks that wrap each dimension.
+  for (const auto& dims : {std::vector<long>{2, 3}, std::vector<long>{3, 1, 2}, std::vector<long>{1, 2, 2}}) {
+    matrix<double> m(dims);
+    auto it = m.begin();
+    const std::vector<long>& idx = it.index();
+    std::vector<long> expect(dims.size(), 0);
+    for (long step = 0; step < m.size(); ++step, ++it) {
+      EXPECT_EQ(idx, expect) << "step " << step;
+      size_t k = 0;
+      while (k + 1 < dims.size() && ++expect[k] == dims[k]) expect[k++] = 0;
+      if (k + 1 == dims.size()) ++expect[k];
+    }
+    EXPECT_EQ(idx, expect);
+    EXPECT_EQ(it, m.end());
+  }
+}
+
+struct CompareCase {
+  std::vector<long> left_dims, right_dims;
+  long left_steps, right_steps;
+  bool equal;
+};
+
+class MatrixIteratorCompare : public ::testing::TestWithParam<CompareCase> {};
+
+// The left operand's subscripts are compared from the last one down; an entry
+// the right operand lacks counts as 0.
+TEST_P(MatrixIteratorCompare, LeftLengthDecides) {
+  const auto& c = GetParam();
+  matrix<double> a(c.left_dims), b(c.right_dims);
+  auto ia = a.begin(), ib = b.begin();
+  for (long i = 0; i < c.left_steps; ++i) ++ia;
+  for (long i = 0; i < c.right_steps; ++i) ++ib;
+  EXPECT_EQ(ia == ib, c.equal);
+  EXPECT_EQ(ia != ib, !c.equal);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Subscripts, MatrixIteratorCompare,
+    ::testing::Values(CompareCase{{2, 2}, {2, 2, 2}, 2, 2, true},    // {0,1} vs {0,1,0}
+                      CompareCase{{2, 2, 2}, {2, 2}, 2, 2, true},    // {0,1,0} vs {0,1}
+                      CompareCase{{2, 2}, {2, 2, 2}, 2, 6, true},    // {0,1} vs {0,1,1}
+                      CompareCase{{2, 2, 2}, {2, 2}, 6, 2, false},   // {0,1,1} vs {0,1}
+                      CompareCase{{2, 2}, {2, 2, 2}, 1, 2, false},   // {1,0} vs {0,1,0}
+                      CompareCase{{3, 2}, {2, 3}, 3, 2, true},       // {0,1} vs {0,1}
+                      CompareCase{{3, 2}, {2, 3}, 4, 2, false}));    // {1,1} vs {0,1}
+
+TEST(MatrixIterator, AdvanceAlongOutOfRangeDimensionsClamps) {
+  matrix<double> m({2, 3, 2});
+  auto below = m.begin(), first = m.begin();
+  below.advance_along_dim(-5);
+  ++first;
+  EXPECT_EQ(below.index(), first.index());
+  EXPECT_EQ(below.ptr(), first.ptr());
+  auto past = m.begin(), last = m.begin();
+  past.advance_along_dim(3);
+  last.advance_along_dim(2);
+  EXPECT_EQ(past.index(), (std::vector<long>{0, 0, 1}));
+  EXPECT_EQ(past.ptr(), last.ptr());
+  past.advance_along_dim(99);
+  EXPECT_EQ(past, m.end());
+}
+
 TEST(MatrixIterator, ComparisonLooksAtSubscriptsOnly) {
   matrix<double> a(2, 2), b(2, 2);
   auto ia = a.begin(), ib = b.begin();

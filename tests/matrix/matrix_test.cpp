@@ -2,7 +2,10 @@
 // over them, plus shape rules that do not depend on the element type.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <complex>
+#include <new>
+#include <type_traits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -144,6 +147,13 @@ TYPED_TEST(MatrixTyped, BltCopiesTheClippedOverlap) {
   EXPECT_TRUE(dst(2, 2) == sample<TypeParam>(2));
   EXPECT_TRUE(dst(1, 1) == TypeParam{});
   dst.blt(3, 0, src);  // nothing fits
+  matrix<TypeParam> before(dst);
+  dst.blt(-1, -1, src);  // only src(1, 1) lands, at (0, 0)
+  EXPECT_TRUE(dst(0, 0) == sample<TypeParam>(3));
+  dst.blt(-2, 0, src);
+  dst.blt(0, -5, src);
+  dst.blt(LONG_MIN, LONG_MIN, src);
+  for (long i = 1; i < 9; ++i) EXPECT_TRUE(dst[i] == before[i]);
 }
 
 // ---------------------------------------------------------------- shapes
@@ -339,6 +349,53 @@ TEST(MatrixResize, ReshapeKeepsTheBlock) {
 }
 
 // ---------------------------------------------------------------- failures
+
+// Every operator new in this program fails while this is true.
+bool g_refuse_new = false;
+
+}  // namespace
+}  // namespace zorvat
+
+void* operator new(std::size_t n) {
+  if (zorvat::g_refuse_new) throw std::bad_alloc();
+  if (void* p = std::malloc(n ? n : 1)) return p;
+  throw std::bad_alloc();
+}
+// The pair above and below is malloc-based by design.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+#pragma GCC diagnostic pop
+
+namespace zorvat {
+namespace {
+
+// A noexcept move that allocated ended the process on an exhausted heap.
+TEST(MatrixFailure, MovesSurviveAnExhaustedHeap) {
+  matrix<double> a({2, 3, 4}), b(2, 2);
+  a[5] = 7;
+  const double* data = a.data();
+  g_refuse_new = true;
+  b = std::move(a);  // allocates nothing
+  const bool construct_threw = [&] {
+    try {
+      matrix<double> c(std::move(b));
+      return false;
+    } catch (const std::bad_alloc&) {
+      return true;
+    }
+  }();
+  g_refuse_new = false;
+  EXPECT_TRUE(construct_threw);
+  EXPECT_EQ(b.data(), data);  // a failed move construction leaves the source whole
+  EXPECT_EQ(b.dim_vec(), (std::vector<long>{2, 3, 4}));
+  EXPECT_EQ(b[5], 7);
+  EXPECT_EQ(a.dim_vec(), (std::vector<long>{0, 0}));
+  EXPECT_EQ(a.stride_vec(), (std::vector<long>{1, 0}));
+  EXPECT_EQ(a.data(), nullptr);
+  static_assert(std::is_nothrow_move_assignable<matrix<double>>::value, "");
+}
 
 TEST(MatrixFailure, ExhaustedHeapThrowsAndKeepsThePreviousState) {
   matrix<double> m(2, 2);
