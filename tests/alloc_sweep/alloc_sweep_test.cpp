@@ -138,6 +138,8 @@ TEST(AllocSweep, CellAndStructureBuildingAndCopyOnWrite) {
   const void* payload = keep.payload();
   report("cell and structure", sweep([&] {
     auto v = nested_value();
+    auto m = zo_obj::make_matrix<obj>(1, 2, {v});
+    zo_obj::make_matrix<std::string>(1, 2, {"a", "b"});
     cell_array c(2, 2);
     c(1) = v;
     structure s(2, 1);
