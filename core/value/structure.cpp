@@ -1,6 +1,7 @@
 #include "value/structure.h"
 
 #include <algorithm>
+#include <limits>
 #include <stdexcept>
 
 #include "memory/messages.h"
@@ -101,8 +102,12 @@ bool structure::is_no_fields() const { return impl_->names.empty(); }
 long structure::nfields() const { return static_cast<long>(impl_->names.size()); }
 
 long structure::numel() const {
+  if (is_empty()) return 0;
+  // Dims whose product passes the range of long (no field table can have
+  // them) count as the largest number.
   long n = 1;
-  for (long d : impl_->dims) n *= d;
+  for (long d : impl_->dims)
+    if (__builtin_mul_overflow(n, d, &n)) return std::numeric_limits<long>::max();
   return n;
 }
 
