@@ -84,15 +84,24 @@ using items = std::vector<obj>;
 
 obj dbl(double v) { return std::make_shared<zo_obj>(v); }
 
+// A new value of kind t adopting a new P(args...).  make_shared<zo_obj>(t,
+// new P) would leak the P when the value object's own allocation fails.
+template <class P, class... A>
+obj make_value(zo_type t, A&&... args) {
+  auto v = std::make_shared<zo_obj>();
+  *v = zo_obj(t, new P(std::forward<A>(args)...));
+  return v;
+}
+
 // A cell of structures with text, numbers, a sparse matrix and a nested cell.
 obj nested_value() {
-  auto inner = std::make_shared<zo_obj>(type_cell, new cell_array(items{dbl(1), std::make_shared<zo_obj>("text")}, false));
-  auto st = std::make_shared<zo_obj>(type_struct, new structure(1, 2));
+  auto inner = make_value<cell_array>(type_cell, items{dbl(1), std::make_shared<zo_obj>("text")}, false);
+  auto st = make_value<structure>(type_struct, 1, 2);
   structure& s = st->get<structure>();
   s.create_field_table("name")(1) = std::make_shared<zo_obj>("ab\ncd", type_char);
   s.create_field_table("inner")(0) = inner;
-  auto sp = new sparse_matrix<double>(std::vector<triplet<double>>{{1.5, 0, 0}, {-2, 1, 2}}, 3, 2);
-  return std::make_shared<zo_obj>(type_cell, new cell_array(items{st, inner, std::make_shared<zo_obj>(type_sparse_double, sp), dbl(3)}, false));
+  auto sp = make_value<sparse_matrix<double>>(type_sparse_double, std::vector<triplet<double>>{{1.5, 0, 0}, {-2, 1, 2}}, 3, 2);
+  return make_value<cell_array>(type_cell, items{st, inner, sp, dbl(3)}, false);
 }
 
 // Every scenario is reported with its number of points.
