@@ -55,6 +55,11 @@ class insufficient_memory : public std::bad_alloc {
   std::string msg_;
 };
 
+// Test-only: when set, zo_malloc_impl asks it before every request and
+// refuses the request when it answers true, so allocation-failure sweeps can
+// fail the Nth allocation of a scenario.  Null in normal use.
+extern bool (*zo_malloc_fail_hook)() noexcept;
+
 // Throws std::length_error with the text of a vector that would outgrow the
 // allocator's maximum size.
 [[noreturn]] void throw_max_size_reached();

@@ -1,6 +1,7 @@
 #include "value/structure.h"
 
 #include <algorithm>
+#include <limits>
 #include <stdexcept>
 
 #include "memory/messages.h"
@@ -28,16 +29,16 @@ std::vector<long> normalized(std::vector<long> dims) {
   return dims;
 }
 
-structure::field_table fresh_table(const std::vector<long>& dims) {
-  structure::field_table t(dims);
+// Tables are made in place in their map node and filled there: moving a
+// matrix allocates, and a move that is noexcept must not be asked to.
+void fill_fresh(structure::field_table& t) {
   internal::for_each_element(t, [](auto& e) { e = internal::make_empty_element(); });
-  return t;
 }
 
-// old's elements at the same subscripts in a table of the new dims; places
-// outside old get fresh empty values.
-structure::field_table resized_table(const structure::field_table& old, const std::vector<long>& dims) {
-  structure::field_table t(dims);
+// Fills t (of the new dims) with old's elements at the same subscripts;
+// places outside old get fresh empty values.
+void fill_resized(structure::field_table& t, const structure::field_table& old) {
+  const std::vector<long>& dims = t.dim_vec();
   std::vector<long> sub(dims.size(), 0);
   for (long k = 0; k < t.size(); ++k) {
     bool inside = true;
@@ -52,7 +53,6 @@ structure::field_table resized_table(const structure::field_table& old, const st
       sub[d] = 0;
     }
   }
-  return t;
 }
 
 }  // namespace
@@ -102,8 +102,12 @@ bool structure::is_no_fields() const { return impl_->names.empty(); }
 long structure::nfields() const { return static_cast<long>(impl_->names.size()); }
 
 long structure::numel() const {
+  if (is_empty()) return 0;
+  // Dims whose product passes the range of long (no field table can have
+  // them) count as the largest number.
   long n = 1;
-  for (long d : impl_->dims) n *= d;
+  for (long d : impl_->dims)
+    if (__builtin_mul_overflow(n, d, &n)) return std::numeric_limits<long>::max();
   return n;
 }
 
@@ -156,8 +160,9 @@ structure::field_table& structure::create_field_table_at(long pos, const std::st
   auto it = impl_->fields.find(name);
   if (it != impl_->fields.end()) return it->second;
   pos = std::clamp(pos, 0L, nfields());
-  it = impl_->fields.emplace(name, fresh_table(impl_->dims)).first;
+  it = impl_->fields.try_emplace(name, impl_->dims).first;
   try {
+    fill_fresh(it->second);
     impl_->names.insert(impl_->names.begin() + pos, name);
   } catch (...) {
     impl_->fields.erase(it);
@@ -200,7 +205,7 @@ void structure::resize(const std::vector<long>& dims) {
   // All tables are built before any is replaced, so a failure keeps the
   // structure consistent.
   field_map fields;
-  for (const auto& [name, table] : impl_->fields) fields.emplace(name, resized_table(table, d));
+  for (const auto& [name, table] : impl_->fields) fill_resized(fields.try_emplace(name, d).first->second, table);
   impl_->fields.swap(fields);
   impl_->dims.swap(d);
 }

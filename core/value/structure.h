@@ -79,7 +79,8 @@ class structure : public container_base {
   bool is_empty() const;
   bool is_no_fields() const;
   long nfields() const;
-  // Number of records (product of the dims).
+  // Number of records (product of the dims; the largest long when that
+  // product does not fit).
   long numel() const;
 
   bool isfield(const std::string& name) const;

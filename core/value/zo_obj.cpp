@@ -17,22 +17,27 @@ namespace {
 using internal::kind_ops;
 using internal::visit_kind;
 
-// How make_matrix<T> wraps its array: matrix<T> for the dense kinds, and a
-// cell for an array of value pointers.
+// The payload of make_matrix<T>, made in place (moving a matrix allocates,
+// and its move is noexcept): matrix<T> for the dense kinds, and a cell for an
+// array of value pointers.  Returns the payload and its array.
 template <class T>
 struct matrix_payload {
   static constexpr zo_type kind = internal::dense_kind_of<T>();
   static_assert(kind != type_error, "matrix<T> is the payload of no kind");
-  static std::shared_ptr<void> wrap(matrix<T>&& m) {
-    return std::make_shared<matrix<T>>(std::move(m));
+  static std::pair<std::shared_ptr<void>, matrix<T>*> make(long m, long n) {
+    auto p = std::make_shared<matrix<T>>(m, n);
+    return {p, p.get()};
   }
 };
 
 template <>
 struct matrix_payload<std::shared_ptr<zo_obj>> {
   static constexpr zo_type kind = type_cell;
-  static std::shared_ptr<void> wrap(matrix<std::shared_ptr<zo_obj>>&& m) {
-    return std::make_shared<cell_array>(std::move(m));
+  static std::pair<std::shared_ptr<void>, matrix<std::shared_ptr<zo_obj>>*> make(long m, long n) {
+    const matrix<std::shared_ptr<zo_obj>> elements(m, n);
+    auto c = std::make_shared<cell_array>();
+    c->data() = elements;  // a copy: null elements, as make_matrix promises
+    return {c, &c->data()};
   }
 };
 
@@ -211,14 +216,14 @@ void zo_obj::move_impl(zo_obj&& src) noexcept {
 
 template <class T>
 std::shared_ptr<zo_obj> zo_obj::make_matrix(long m, long n, std::initializer_list<T> list) {
-  matrix<T> a(m, n);
+  using wrap = matrix_payload<T>;
+  auto [payload, a] = wrap::make(m, n);
   long k = 0;
   for (const T& v : list) {
-    if (k >= a.size()) break;
-    a[k++] = v;
+    if (k >= a->size()) break;
+    (*a)[k++] = v;
   }
-  using wrap = matrix_payload<T>;
-  return std::shared_ptr<zo_obj>(new zo_obj(wrap::kind, wrap::wrap(std::move(a)), shared_payload{}));
+  return std::shared_ptr<zo_obj>(new zo_obj(wrap::kind, std::move(payload), shared_payload{}));
 }
 
 #define ZORVAT_INSTANTIATE_MAKE_MATRIX(T) \

@@ -1,6 +1,7 @@
 // Cells, structures, argument lists and function handles.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <stdexcept>
 
 #include "value/cell_array.h"
@@ -169,6 +170,14 @@ TEST(Structure, ResizeKeepsRecordsAtTheirSubscripts) {
   s.resize(-1, 4);
   EXPECT_TRUE(s.is_empty());
   expect_invariants(s);
+}
+
+TEST(Structure, RecordCountOfHugeDimsSaturatesAndTablesAreRefused) {
+  structure s(1L << 40, 1L << 40);
+  EXPECT_EQ(s.numel(), std::numeric_limits<long>::max());
+  EXPECT_EQ(structure(std::vector<long>{1L << 40, 1L << 40, 0}).numel(), 0);
+  EXPECT_ANY_THROW(s.create_field_table("a"));
+  EXPECT_TRUE(s.is_no_fields());
 }
 
 TEST(Structure, FailedResizeLeavesTheStructureAsItWas) {

@@ -318,6 +318,20 @@ TEST(Sharing, DeeplyNestedValuesAreReleasedAndDetachedWithoutRecursion) {
   EXPECT_EQ(first_double(innermost(*d)), 7.0);
 }
 
+// The kind check of get<T>() is compiled into debug and sanitizer builds
+// only; release builds trust the caller.
+TEST(Get, ChecksTheKindInDebugBuilds) {
+  static_assert(zo_obj::holds<matrix<int>>(type_int32) && zo_obj::holds<const structure>(type_struct));
+  static_assert(!zo_obj::holds<matrix<double>>(type_single) && !zo_obj::holds<int>(type_error));
+  zo_obj v(1.5);
+  EXPECT_EQ(v.get<matrix<double>>()[0], 1.5);
+#if defined(ZORVAT_DEBUG_CHECKS) && ZORVAT_DEBUG_CHECKS
+  EXPECT_DEATH(v.get<matrix<float>>(), "holds<T>");
+  v.destroy();
+  EXPECT_DEATH(v.get<matrix<double>>(), "payload_");
+#endif
+}
+
 // ---- kind changes -----------------------------------------------------------
 
 TEST(Reset, KeepsTheSameKindUnlessForced) {
