@@ -74,10 +74,14 @@ class sparse_matrix : public matrix_base {
   // drops zeros and merges duplicates (a zero before a non-zero of the same
   // place is dropped; duplicates summing to zero stay as a stored zero) and
   // reorder() sorts each column.  nzmax() is the number of triplets.
-  // Besides the result it needs a buffer for one block of adjacent columns
-  // (about 8,000 entries for a list spread over the columns, up to the
-  // whole list when it falls into a few columns).
-  // Throws std::runtime_error for a negative row or column.
+  // Besides the result it needs a buffer, twice for long columns, for one
+  // block of adjacent columns (8,192 to 32,768 entries for a list spread
+  // over the columns, up to the whole list when it falls into a few
+  // columns).  Throws std::runtime_error for a negative row or column,
+  // std::length_error "get_next_capacity, allocator's max size reached" for
+  // columns beyond the allocator's maximum and "cannot create std::vector
+  // larger than max_size()" for more rows than a row marker can have (as
+  // compress() would).
   sparse_matrix(const std::vector<triplet<T>>& triplets, long m, long n);
   // Deep copies (cpy_impl): the two matrices never share vectors.
   sparse_matrix(const sparse_matrix& other);
@@ -139,7 +143,9 @@ class sparse_matrix : public matrix_base {
 
   // Capacity of pr()/ir() for nz entries in all, so that set_value into a
   // column without slack does not reallocate until then.  nzmax() and the
-  // layout are unchanged.  nz <= 0 does nothing.  On failure unchanged.
+  // layout are unchanged.  nz <= 0 does nothing.  On failure unchanged; a
+  // count whose blocks cannot have a byte size throws (length error or
+  // insufficient_memory), as every operation that makes storage does.
   void reserve(long nz);
   // At least slack[j] unused places behind column j (missing or negative
   // counts are 0), so that set_value into column j shifts only that column.

@@ -10,13 +10,20 @@
 //  2. bucket: copy each triplet, in list order, to its block's range of
 //             ir/pr as a key (row << s | column within the block) and its
 //             value.  Each block's range fills sequentially, so this costs
-//             about one stream per block instead of one cache miss per write.
-//  3. finish: block by block (a block holds about block_entries entries, so
-//             its buffer stays in the core's cache), deal the block's entries
+//             about one stream per block instead of one cache miss per write;
+//             the blocks are made large enough that there are at most a few
+//             hundred streams (two arrays each), which the caches can keep
+//             open (thousands of them cost a miss per write again);
+//  3. finish: block by block (a block holds at most 32,768 entries, so its
+//             buffer stays in the core's cache), deal the block's entries
 //             to their columns in a buffer, still in list order; then sort
 //             each column by row, stably, and merge each run of equal rows by
 //             the compress rule (leading zeros dropped, the rest summed in
-//             list order), writing the result to the front of ir/pr.
+//             list order), writing the result to the front of ir/pr.  When
+//             the block's columns are long on average, the whole block is
+//             first sorted by row with radix passes instead, so that the
+//             (stable) deal leaves every column sorted: a comparison sort of
+//             columns of a hundred entries costs several times as much.
 //
 // The output of a block never reaches past the block's own range, which is
 // in the buffer by then, so later blocks are never overwritten.
@@ -44,15 +51,21 @@ using sparse_detail::column_sorter;
 using sparse_detail::non_negative;
 using sparse_detail::sparse_element;
 
-// Entries per block of columns aimed at (pass 3 keeps a block's entries in a
-// buffer), and the widest block (its column counters are a buffer too).
-constexpr double block_entries = 8192;
+// Entries per block of columns aimed at: about 1/384 of the list, so that
+// pass 2 writes to a few hundred blocks, but within these bounds (pass 3
+// keeps a block's entries in a buffer that is to stay in cache); and the
+// widest block (its column counters are a buffer too).
+constexpr double min_block_entries = 8192;
+constexpr double max_block_entries = 32768;
+constexpr double blocks_aimed_at = 384;
 constexpr int max_block_shift = 14;
 
-// log2 of the block width that gives blocks of about block_entries entries
-// when `entries` triplets spread over `n` columns.
+// log2 of the block width that gives blocks of the size aimed at when
+// `entries` triplets spread over `n` columns.
 int block_shift(long entries, long n) {
   if (entries == 0) return max_block_shift;
+  const double block_entries = std::min(
+      max_block_entries, std::max(min_block_entries, static_cast<double>(entries) / blocks_aimed_at));
   const double width = block_entries * static_cast<double>(n) / static_cast<double>(entries);
   int s = 0;
   while (s < max_block_shift && static_cast<double>(long{2} << s) <= width) ++s;
@@ -158,6 +171,51 @@ bool sort_short_column(const long* ir, const T* pr, long len, long* rows, T* val
   for (long k = 1; k < len; ++k) twice |= rows[k] == rows[k - 1];
   return !zero && !twice;
 }
+
+// Stable LSD radix sort of a block's entries by row: the keys are
+// row << s | column within the block, so the row's digits start at bit s.
+// Passes alternate between the block's own range and a scratch buffer; the
+// sorted entries end in one of the two (returned through out_keys/out_vals).
+class radix_sorter {
+ public:
+  // Rows of up to this many bits take at most three passes.
+  static constexpr int max_row_bits = 33;
+  // Blocks are sorted this way when their columns hold this many entries on
+  // average; shorter columns are sorted one by one.
+  static constexpr long min_column = 16;
+
+  radix_sorter(int row_bits, int s) : s_(s) {
+    passes_ = (row_bits + 10) / 11;
+    bits_ = passes_ == 0 ? 0 : (row_bits + passes_ - 1) / passes_;
+  }
+
+  template <class T>
+  void sort(long* keys, T* vals, long* other_keys, T* other_vals, long count, const long*& out_keys,
+            const T*& out_vals) {
+    const long digit_mask = (long{1} << bits_) - 1;
+    for (int p = 0; p < passes_; ++p) {
+      const int shift = s_ + p * bits_;
+      std::fill_n(counts_, digit_mask + 2, 0L);
+      for (long k = 0; k < count; ++k) ++counts_[((keys[k] >> shift) & digit_mask) + 1];
+      for (long d = 0; d < digit_mask; ++d) counts_[d + 1] += counts_[d];
+      for (long k = 0; k < count; ++k) {
+        const long q = counts_[(keys[k] >> shift) & digit_mask]++;
+        other_keys[q] = keys[k];
+        other_vals[q] = vals[k];
+      }
+      std::swap(keys, other_keys);
+      std::swap(vals, other_vals);
+    }
+    out_keys = keys;
+    out_vals = vals;
+  }
+
+ private:
+  int s_;
+  int passes_;
+  int bits_;
+  long counts_[(1 << 11) + 1];
+};
 
 // Appends a column's entries, sorted by row, to ir/pr at `kept` by the
 // compress rule and returns the new end: zeros before the first non-zero of
@@ -281,12 +339,20 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   }
 
   // Pass 3.  ends[c] is first the start, then the end of column c of the
-  // block in the buffer.
+  // block in the buffer.  Blocks whose columns are long on average are
+  // first sorted by row as a whole (radix passes between the block's own
+  // range and a scratch buffer), so that dealing them to their columns, which
+  // is stable, leaves every column sorted.
   index_vector ends(static_cast<size_t>(mask) + 2, boost::container::default_init);
   index_vector buffer_rows(static_cast<size_t>(biggest), boost::container::default_init);
   value_vector buffer_values(static_cast<size_t>(biggest), boost::container::default_init);
   long* rows = buffer_rows.data();
   T* values = buffer_values.data();
+  const int row_bits = highest_row > 0 ? 64 - __builtin_clzl(static_cast<unsigned long>(highest_row)) : 0;
+  const bool radix_rows = row_bits <= radix_sorter::max_row_bits;
+  radix_sorter radix(row_bits, s);
+  index_vector scratch_rows;
+  value_vector scratch_values;
   const bool short_keys = highest_row < short_column_keys::max_rows;
   column_sorter<T> sorter(0, highest_row + 1);
   long kept = 0;
@@ -294,27 +360,47 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
     const long first = b << s;
     const long width = std::min(ncols - first, mask + 1);
     const long lo = starts[b], hi = starts[b + 1];
+    const long* keys = ir + lo;
+    const T* vals = pr + lo;
+    const bool by_row = radix_rows && hi - lo >= radix_sorter::min_column * width;
+    if (by_row) {
+      if (scratch_rows.size() < static_cast<size_t>(hi - lo)) {
+        scratch_rows.resize(static_cast<size_t>(biggest), boost::container::default_init);
+        scratch_values.resize(static_cast<size_t>(biggest), boost::container::default_init);
+      }
+      radix.sort(ir + lo, pr + lo, scratch_rows.data(), scratch_values.data(), hi - lo, keys, vals);
+    }
     std::fill_n(ends.data(), width + 1, 0L);
-    for (long k = lo; k < hi; ++k) ++ends[(ir[k] & mask) + 1];
+    for (long k = 0; k < hi - lo; ++k) ++ends[(keys[k] & mask) + 1];
     for (long c = 0; c < width; ++c) ends[c + 1] += ends[c];
-    for (long k = lo; k < hi; ++k) {
-      const long p = ends[ir[k] & mask]++;
-      rows[p] = ir[k] >> s;
-      values[p] = pr[k];
+    for (long k = 0; k < hi - lo; ++k) {
+      const long p = ends[keys[k] & mask]++;
+      rows[p] = keys[k] >> s;
+      values[p] = vals[k];
     }
     long from = 0;
     for (long c = 0; c < width; ++c) {
       const long len = ends[c] - from;
       jc[first + c] = kept;
-      if (short_keys && len > 1 && len <= short_column_keys::max_len) {
-        // Sorted straight to its final place; merged there when needed.
-        if (sort_short_column(rows + from, values + from, len, ir + kept, pr + kept))
-          kept += len;
-        else
-          kept = merge_column(ir + kept, pr + kept, len, ir, pr, kept);
-      } else {
-        sorter.sort(rows + from, values + from, len);
-        kept = merge_column(rows + from, values + from, len, ir, pr, kept);
+      if (len == 1) {
+        if (!sparse_element<T>::is_zero(values[from])) {
+          ir[kept] = rows[from];
+          pr[kept] = values[from];
+          ++kept;
+        }
+      } else if (len > 1) {
+        if (by_row) {
+          kept = merge_column(rows + from, values + from, len, ir, pr, kept);
+        } else if (short_keys && len <= short_column_keys::max_len) {
+          // Sorted straight to its final place; merged there when needed.
+          if (sort_short_column(rows + from, values + from, len, ir + kept, pr + kept))
+            kept += len;
+          else
+            kept = merge_column(ir + kept, pr + kept, len, ir, pr, kept);
+        } else {
+          sorter.sort(rows + from, values + from, len);
+          kept = merge_column(rows + from, values + from, len, ir, pr, kept);
+        }
       }
       jce[first + c] = kept;
       from = ends[c];
