@@ -7,6 +7,7 @@
 
 #include "memory/messages.h"
 #include "memory/str_util.h"
+#include "plugin/plugin_error.h"
 #include "plugin/plugin_manager.h"
 #include "value/zo_obj.h"
 
@@ -84,7 +85,9 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, value_li
   short_array<const __zxArray*> prhs = argument_array(args);
   output_slots plhs(1);
   try {
+    plugin_call_scope scope;  // an error recorded through zex becomes the call's error
     fn(1, plhs.data(), static_cast<int>(n), prhs.data());
+    scope.raise_pending();
   } catch (const std::exception& e) {
     return fail(2, e.what());
   }
@@ -108,7 +111,11 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, std::sha
 void plugin_manager::apply_function(function fn, int nargout, const value_list& prhs, result_list& results) {
   short_array<const __zxArray*> args = argument_array(prhs);
   output_slots plhs(static_cast<size_t>(nargout > 1 ? nargout : 1));
-  fn(nargout, plhs.data(), static_cast<int>(args.size()), args.data());
+  {
+    plugin_call_scope scope;  // an error recorded through zex becomes the call's error
+    fn(nargout, plhs.data(), static_cast<int>(args.size()), args.data());
+    scope.raise_pending();
+  }
 
   const size_t first = results.size();
   try {
