@@ -301,10 +301,11 @@ void zxPrintf(const char* fmt, ...)
     ;
 /* Calls the function `name` of the environment with nrhs arguments and
  * stores its first nlhs results in plhs[0..nlhs-1] (new values owned by the
- * plugin; the slots are set to null first).  Returns 0 on success; -1 with
- * the callee's error recorded when the call fails, the environment offers no
- * function calls, or fewer than nlhs results came back (then no result is
- * kept).  Clear the error with zxClearError to carry on. */
+ * plugin; the slots are set to null first).  The function is called even
+ * with nlhs 0.  Returns 0 on success; -1 with an error recorded when the
+ * callee fails (its message) or fewer than nlhs results came back (as when
+ * the host offers no "feval" service); no result is kept then.  Clear the
+ * error with zxClearError to carry on. */
 int zxCallFunction(const char* name, int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs);
 
 #ifdef __cplusplus

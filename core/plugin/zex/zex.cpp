@@ -847,7 +847,12 @@ int zxCallFunction(const char* name, int nlhs, __zxArray** plhs, int nrhs, const
     feval(args, results);
     if (static_cast<long>(results.size()) < nlhs)
       throw misuse(str_format(tr("调用 %s 得到 %d 个结果，需要 %d 个"), name, static_cast<int>(results.size()), nlhs));
-    for (int k = 0; k < nlhs; ++k) plhs[k] = handle(new zo_obj(*results[static_cast<size_t>(k)]));
+    std::vector<std::unique_ptr<zo_obj>> kept;  // all made before any slot is filled
+    for (int k = 0; k < nlhs; ++k) {
+      const std::shared_ptr<zo_obj>& r = results[static_cast<size_t>(k)];
+      kept.push_back(r ? std::make_unique<zo_obj>(*r) : std::make_unique<zo_obj>(type_double, new matrix<double>()));
+    }
+    for (int k = 0; k < nlhs; ++k) plhs[k] = handle(kept[static_cast<size_t>(k)].release());
     return 0;
   });
 }

@@ -34,8 +34,8 @@ static double element(const void* data, zxKind kind, long k) {
 static __zxArray* statistics(const __zxArray* x) {
   static const char* const names[] = {"n", "mean", "min", "max"};
   zxKind kind = zxGetKind(x);
-  if (!zxIsNumeric(x) && kind != zxKindLogical) {
-    zxError("colstats: expected a real numeric array, got %s", zxGetClassName(x));
+  if ((!zxIsNumeric(x) && kind != zxKindLogical) || zxIsSparse(x)) {
+    zxError("colstats: expected a dense real numeric array, got %s", zxGetClassName(x));
     return NULL;
   }
   if (zxIsComplex(x)) {
@@ -43,8 +43,7 @@ static __zxArray* statistics(const __zxArray* x) {
     return NULL;
   }
   long rows = zxGetM(x), cols = zxGetN(x);
-  const void* data = zxGetData(x); /* null for a sparse matrix: the error is recorded */
-  if (!data && rows * cols > 0) return NULL;
+  const void* data = zxGetData(x);
   __zxArray* fields[4];
   double* out[4];
   for (int f = 0; f < 4; ++f) {
