@@ -40,7 +40,7 @@ structure::field_table resized_table(const structure::field_table& old, const st
   structure::field_table t(dims);
   std::vector<long> sub(dims.size(), 0);
   for (long k = 0; k < t.size(); ++k) {
-    bool inside = true;
+    bool inside = !old.is_empty();  // an empty table (maybe by a dimension beyond dims) has nothing to keep
     long at = 0;
     for (size_t d = 0; d < dims.size() && inside; ++d) {
       inside = sub[d] < old.dim(static_cast<long>(d));
