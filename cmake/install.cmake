@@ -1,9 +1,13 @@
 # Installation: `cmake --install <build> [--prefix P]` gives
 #   P/<libdir>/libzorvat_core.so                 (SONAME libzorvat_core.so)
+#   P/<libdir>/libzex.so                         the C interface for plugins,
+#                                                beside the core (which finds
+#                                                it through its RUNPATH $ORIGIN)
 #   P/include/zorvat/...                         the headers, laid out as core/
 #   P/<libdir>/cmake/zorvat_core/                the CMake package (zorvat::core,
 #                                                zorvat_add_plugin)
-#   P/<libdir>/pkgconfig/zorvat_core.pc          for pkg-config
+#   P/<libdir>/pkgconfig/zorvat_core.pc          for pkg-config (zorvat_zex.pc:
+#                                                the flags of libzex.so)
 #   P/lib/zorvat/plugins/<name>/main.so          plugins (the sample one, with
 #                                                the examples)
 #   P/share/zorvat/locale/<lang>/LC_MESSAGES/zorvat_core.mo   catalogues
@@ -18,7 +22,7 @@ set(ZORVAT_INSTALL_PLUGINDIR lib/zorvat)
 set(ZORVAT_INSTALL_DATADIR share/zorvat)
 set(ZORVAT_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/zorvat_core)
 
-install(TARGETS zorvat_core EXPORT zorvat_coreTargets
+install(TARGETS zorvat_core zex EXPORT zorvat_coreTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/core/
         DESTINATION ${ZORVAT_INSTALL_INCLUDEDIR}
@@ -47,5 +51,7 @@ file(RELATIVE_PATH ZORVAT_PC_TO_PREFIX
 string(REGEX REPLACE "/$" "" ZORVAT_PC_TO_PREFIX "${ZORVAT_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/zorvat_core.pc.in
                ${PROJECT_BINARY_DIR}/zorvat_core.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zorvat_core.pc
+configure_file(${PROJECT_SOURCE_DIR}/cmake/zorvat_zex.pc.in
+               ${PROJECT_BINARY_DIR}/zorvat_zex.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zorvat_core.pc ${PROJECT_BINARY_DIR}/zorvat_zex.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -73,3 +73,18 @@ len = norm(quat(0, 3, 4, 0))
 q / r
 plugin unload quaternion
 who
+% A plugin written in C through libzex.so, beside the quaternion plugin:
+% column statistics of any real array, returned as a structure.
+plugin load colstats
+plugin load quaternion
+plugin list
+help colstats
+stats = colstats([1 2; 3 4; 5 9])
+stats8 = colstats(int8([1; -2; 3]))
+% A C plugin can call back into the environment by name.
+viaquat = colstats_of('norm', quat(0, 3, 4, 0))
+% Errors reported by the C plugin.
+colstats({1, 2})
+colstats(quat(1, 2, 3, 4))
+plugin unload quaternion
+plugin unload colstats

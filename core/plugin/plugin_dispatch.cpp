@@ -7,6 +7,7 @@
 
 #include "memory/messages.h"
 #include "memory/str_util.h"
+#include "plugin/plugin_error.h"
 #include "plugin/plugin_manager.h"
 #include "value/zo_obj.h"
 
@@ -101,7 +102,9 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, con
   output_slots plhs(1);
   try {
     plugin_library::running guard;
+    plugin_call_scope scope;  // an error recorded through zex becomes the call's error
     fn(1, plhs.data(), static_cast<int>(n), prhs.data());
+    scope.raise_pending();
   } catch (const std::exception& e) {
     return fail(2, e.what());
   } catch (...) {
@@ -128,7 +131,9 @@ void plugin_manager::apply_function(function fn, int nargout, const value_list& 
   output_slots plhs(static_cast<size_t>(nargout > 1 ? nargout : 1));
   try {
     plugin_library::running guard;
+    plugin_call_scope scope;  // an error recorded through zex becomes the call's error
     fn(nargout, plhs.data(), static_cast<int>(args.size()), args.data());
+    scope.raise_pending();
   } catch (const std::exception&) {
     throw;
   } catch (...) {

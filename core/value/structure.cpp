@@ -41,7 +41,7 @@ void fill_resized(structure::field_table& t, const structure::field_table& old) 
   const std::vector<long>& dims = t.dim_vec();
   std::vector<long> sub(dims.size(), 0);
   for (long k = 0; k < t.size(); ++k) {
-    bool inside = true;
+    bool inside = !old.is_empty();  // an empty table (maybe by a dimension beyond dims) has nothing to keep
     long at = 0;
     for (size_t d = 0; d < dims.size() && inside; ++d) {
       inside = sub[d] < old.dim(static_cast<long>(d));

@@ -170,6 +170,13 @@ TEST(Structure, ResizeKeepsRecordsAtTheirSubscripts) {
   s.resize(-1, 4);
   EXPECT_TRUE(s.is_empty());
   expect_invariants(s);
+  // Regression: empty through a dimension beyond the new ones (2x1x0 to
+  // 2x2) once read a record of the empty table.
+  structure e(std::vector<long>{2, 1, 0});
+  e.create_field_table("a");
+  e.resize(2, 2);
+  expect_invariants(e);
+  EXPECT_EQ(e.get_field_table("a")(1, 1)->brief_type_str(), "empty 0x0 double");
 }
 
 TEST(Structure, RecordCountOfHugeDimsSaturatesAndTablesAreRefused) {

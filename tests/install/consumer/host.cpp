@@ -1,5 +1,6 @@
 // A minimal host: lends the library its console, width and data directory,
-// shows values, loads a plugin and uses its function and operator.
+// shows values, loads a C plugin and a C++ plugin and uses their functions
+// and an operator.
 #include <zorvat.h>
 #include <clocale>
 #include <cstdio>
@@ -28,12 +29,21 @@ int main(int argc, char** argv) {  // host PLUGIN_ROOT DATA_DIR
   global::set_core_query_function(f2k, k2f);
   show(*zo_obj::make_matrix<double>(2, 2, {1, 2, 3, 4}));
   auto& mgr = global::plugin_mgr();
-  if (mgr.add("units", {}, argv[1]) != 0) return std::fprintf(stderr, "%s\n", mgr.error_msg().c_str()), 1;
   std::vector<std::shared_ptr<zo_obj>> out;
+  // A plugin written in C through libzex.so: a result, then its own error.
+  if (mgr.add("scale", {}, argv[1]) != 0) return std::fprintf(stderr, "%s\n", mgr.error_msg().c_str()), 1;
+  auto scale = mgr.get_function_by_name("scale");
+  mgr.apply_function(scale, 1, {zo_obj::make_matrix<double>(1, 2, {1, 2}), std::make_shared<zo_obj>(3.0)}, out);
+  show(*out[0]);
+  try { mgr.apply_function(scale, 1, {std::make_shared<zo_obj>("x")}, out); }
+  catch (const std::runtime_error& e) { std::printf("%s\n", e.what()); }
+  // A C++ plugin with an object type and its operator.
+  if (mgr.add("units", {}, argv[1]) != 0) return std::fprintf(stderr, "%s\n", mgr.error_msg().c_str()), 1;
+  out.clear();
   mgr.apply_function(mgr.get_function_by_name("units::m"), 1, {std::make_shared<zo_obj>(2.5)}, out);
   show(*mgr.apply_operator(zxOpPlus, out[0], std::make_shared<zo_obj>(1.0)));
   try { mgr.apply_operator(zxOpPlus, std::make_shared<zo_obj>(1.0), std::make_shared<zo_obj>(2.0)); }
   catch (const std::runtime_error& e) { std::printf("%s\n", e.what()); }
   out.clear();  // values of a plugin's types go before the plugin does
-  return mgr.remove("units");
+  return mgr.remove("units") | mgr.remove("scale");
 }
