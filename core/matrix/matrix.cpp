@@ -357,9 +357,12 @@ template <class T>
 void matrix<T>::blt(long row, long col, const matrix& src) {
   if (!is_contiguous() || !src.is_contiguous())
     throw std::runtime_error(tr("同类 blt 时假定存储连续。请先调用 .contiguous()。"));
-  // Source rows and columns that would land before this array are skipped.
-  const long r0 = row < 0 ? -std::max(row, -src.rows()) : 0;
-  const long c0 = col < 0 ? -std::max(col, -src.cols()) : 0;
+  // Source rows and columns that would land before this array are skipped;
+  // a source wholly before it copies nothing (and no difference below can
+  // overflow).
+  if (row <= -src.rows() || col <= -src.cols()) return;
+  const long r0 = row < 0 ? -row : 0;
+  const long c0 = col < 0 ? -col : 0;
   row += r0;
   col += c0;
   const long nr = std::min(src.rows() - r0, rows() - row);

@@ -56,8 +56,21 @@ std::string scripts_dir(const std::string& root, const std::string& name) {
 
 }  // namespace
 
+// libzex.so beside this library: where a dlopen of the bare name does not
+// search our RUNPATH (an interposed dlopen, as under AddressSanitizer, is
+// called from another object).
+static void* open_zex_beside_core() {
+  Dl_info info;
+  if (!dladdr(reinterpret_cast<void*>(&open_zex_beside_core), &info) || !info.dli_fname) return nullptr;
+  std::string path = info.dli_fname;
+  const size_t slash = path.rfind('/');
+  path = (slash == std::string::npos ? std::string() : path.substr(0, slash + 1)) + "libzex.so";
+  return dlopen(path.c_str(), RTLD_NOW);
+}
+
 plugin_manager::plugin_manager() {
   zex_ = dlopen("libzex.so", RTLD_NOW);
+  if (!zex_) zex_ = open_zex_beside_core();
   if (!zex_) std::cerr << tr("警告：无法加载 zex 库，部分插件可能无法正常工作") << std::endl;
 }
 

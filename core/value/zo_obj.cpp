@@ -67,11 +67,19 @@ void release_payload(std::shared_ptr<void>& p, zo_type t) noexcept {
     p.reset();
     return;
   }
+  // Values released after the thread's queue is gone (by destructors of
+  // statics that run later at exit) are released directly.
+  static thread_local bool queue_gone = false;
   struct queue {
     std::vector<std::shared_ptr<void>> pending;
     bool draining = false;
+    ~queue() { queue_gone = true; }
   };
   static thread_local queue q;
+  if (queue_gone) {
+    p.reset();
+    return;
+  }
   try {
     q.pending.push_back(std::move(p));
   } catch (...) {
