@@ -26,8 +26,15 @@ for src in fuzz/*.cpp; do
   mkdir -p "$work"
   [ -d "fuzz/corpus/$name" ] && cp -n "fuzz/corpus/$name"/* "$work"/ 2>/dev/null || true
   echo "fuzz: $name for ${seconds}s"
+  status=0
   ./build-fuzz/fuzz/fuzz_"$name" -max_total_time="$seconds" -rss_limit_mb=4096 \
-    -artifact_prefix=build-fuzz/crash-"$name"- -print_final_stats=1 "$work" 2>&1 |
-    grep -E '^(stat::number_of_executed_units|stat::peak_rss|==[0-9]+==|SUMMARY|#[0-9]+ *DONE)' || true
-  test "${PIPESTATUS[0]}" -eq 0
+    -artifact_prefix=build-fuzz/crash-"$name"- -print_final_stats=1 "$work" \
+    >build-fuzz/fuzz-"$name".log 2>&1 || status=$?
+  grep -E '^(stat::number_of_executed_units|stat::peak_rss|==[0-9]+==|SUMMARY|#[0-9]+ *DONE)' \
+    build-fuzz/fuzz-"$name".log || true
+  if [ "$status" -ne 0 ]; then
+    grep -E -A12 'runtime error|ERROR: ' build-fuzz/fuzz-"$name".log | head -40
+    echo "fuzz: $name failed (status $status); its input is build-fuzz/crash-$name-*" >&2
+    exit 1
+  fi
 done

@@ -167,6 +167,15 @@ __zxArray* adopt(int kind, std::unique_ptr<P> payload) {
   return handle(v);
 }
 
+// The number a caller passed as a zxKind: C may pass any int there, which is
+// no valid value of the enumeration, so its bytes are read as an int.
+int kind_number(const zxKind& kind) {
+  int k;
+  static_assert(sizeof k == sizeof kind, "zxKind is an int");
+  std::memcpy(&k, &kind, sizeof k);
+  return k;
+}
+
 __zxArray* make_dense(int ndims, const long* dims, int kind) {
   return visit_kind(kind, [&](auto k) -> __zxArray* {
     using P = typename decltype(k)::payload;
@@ -386,13 +395,13 @@ __zxArray* zxDuplicateArray(const __zxArray* value) {
 
 __zxArray* zxCreateNumericArray(int ndims, const long* dims, zxKind kind) {
   return guard("zxCreateNumericArray", static_cast<__zxArray*>(nullptr),
-               [&] { return make_dense(ndims, dims, kind); });
+               [&] { return make_dense(ndims, dims, kind_number(kind)); });
 }
 
 __zxArray* zxCreateNumericMatrix(long m, long n, zxKind kind) {
   const long dims[2] = {m, n};
   return guard("zxCreateNumericMatrix", static_cast<__zxArray*>(nullptr),
-               [&] { return make_dense(2, dims, kind); });
+               [&] { return make_dense(2, dims, kind_number(kind)); });
 }
 
 __zxArray* zxCreateDoubleMatrix(long m, long n, int complex_flag) {
@@ -479,7 +488,7 @@ __zxArray* zxCreateSparse(long m, long n, long nnz, const long* rows, const long
     check_sparse_shape(m, n);
     if (nnz < 0) throw misuse(str_format(tr("尺寸 %ld 为负数"), nnz));
     if (nnz > 0 && (!rows || !cols || !values)) throw misuse(tr("空指针参数"));
-    return make_sparse(kind, [&](auto* p) {
+    return make_sparse(kind_number(kind), [&](auto* p) {
       return sparse_from_triplets<std::remove_pointer_t<decltype(p)>>(m, n, nnz, rows, cols, values);
     });
   });
@@ -491,7 +500,7 @@ __zxArray* zxCreateSparseFromColumns(long m, long n, const long* jc, const long*
     check_sparse_shape(m, n);
     if (!jc) throw misuse(tr("空指针参数"));
     if (jc[n] > 0 && (!ir || !values)) throw misuse(tr("空指针参数"));
-    return make_sparse(kind, [&](auto* p) {
+    return make_sparse(kind_number(kind), [&](auto* p) {
       return sparse_from_columns<std::remove_pointer_t<decltype(p)>>(m, n, jc, ir, values);
     });
   });
