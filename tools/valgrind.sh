@@ -11,7 +11,7 @@ bash tools/setup.sh valgrind
 cmake --build build -j"$(nproc)" --target zorvat-host >/dev/null
 log=build/valgrind.log
 status=0
-valgrind --leak-check=full --error-exitcode=1 --log-file="$log" \
+valgrind --leak-check=full --error-exitcode=1 --suppressions=tools/valgrind.supp --log-file="$log" \
   build/examples/zorvat-host --keep-going --plugin-root build/plugin_root examples/tour.zs \
   >/dev/null 2>&1 || status=$?
 grep -E 'ERROR SUMMARY|in use at exit' "$log" | sed 's/^==[0-9]*== /valgrind: /'
