@@ -1,5 +1,7 @@
 // The dense array: behaviour shared by all seventeen element types, typed
-// over them, plus shape rules that do not depend on the element type.
+// over them, plus shape rules that do not depend on the element type.  View
+// addressing, resizes and clipped transfers on random shapes are checked
+// against index arithmetic by fuzz/dense_views.cpp.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -89,14 +91,6 @@ TYPED_TEST(MatrixTyped, ClearResetsEveryElementAndKeepsTheShape) {
   m.clear();
   EXPECT_EQ(m.dim_vec(), (std::vector<long>{2, 2, 2}));
   for (long i = 0; i < 8; ++i) EXPECT_TRUE(m[i] == TypeParam{});
-}
-
-TYPED_TEST(MatrixTyped, ViewsWriteThroughToTheirSource) {
-  matrix<TypeParam> a(6, 1);
-  auto v = a.view(2, 3, 0, -1, 1);
-  EXPECT_EQ(v.stride_vec(), (std::vector<long>{1, 2}));
-  v(1, 2) = sample<TypeParam>(5);
-  EXPECT_TRUE(a[5] == sample<TypeParam>(5));
 }
 
 TYPED_TEST(MatrixTyped, CopyOfAViewKeepsItsGeometryOnAPrivateCopyOfTheWholeBlock) {
@@ -300,22 +294,6 @@ TEST(MatrixResize, ConservativeResizeRefusesViewsAndIgnoresNegativeSizes) {
   EXPECT_EQ(d.dim_vec(), (std::vector<long>{2, 2}));
   auto v = matrix<double>(4, 4).view(2, 2, 1);
   EXPECT_THROW(v.conservative_resize(1, 1), std::runtime_error);
-}
-
-TEST(MatrixResize, ConservativeResizeNdCopiesTheOverlappingBox) {
-  matrix<int> m({2, 3, 2});
-  for (int i = 0; i < 12; ++i) m[i] = i + 1;
-  m.conservative_resize(std::vector<long>{3, 2, 3});
-  EXPECT_EQ(m.dim_vec(), (std::vector<long>{3, 2, 3}));
-  for (long k = 0; k < 3; ++k)
-    for (long j = 0; j < 2; ++j)
-      for (long i = 0; i < 3; ++i) {
-        const int expect = (i < 2 && k < 2) ? static_cast<int>(1 + i + 2 * j + 6 * k) : 0;
-        EXPECT_EQ(m(i, j, k), expect) << i << "," << j << "," << k;
-      }
-  m.conservative_resize(std::vector<long>{2, 2});
-  EXPECT_EQ(m.dim_vec(), (std::vector<long>{2, 2}));
-  EXPECT_EQ(m(1, 1), 4);
 }
 
 struct CompressCase {

@@ -17,17 +17,6 @@ __zxArray* out(zo_obj* v) { return reinterpret_cast<__zxArray*>(v); }
 void say_first(int, __zxArray** plhs, int, const __zxArray**) { plhs[0] = out(new zo_obj("first")); }
 void say_second(int, __zxArray** plhs, int, const __zxArray**) { plhs[0] = out(new zo_obj("second")); }
 
-TEST(OperatorTable, ArityClasses) {
-  for (int op = 0; op <= 30; ++op) {
-    const auto id = static_cast<zxOperatorID>(op);
-    const bool unary = op >= 21 && op <= 26;
-    const bool binary = (op >= 1 && op <= 18) || op == 27;
-    EXPECT_EQ(plugin_manager::is_unary(id), unary) << op;
-    EXPECT_EQ(plugin_manager::is_binary(id), binary) << op;
-    EXPECT_EQ(plugin_manager::is_ternary(id), op == 28) << op;
-  }
-}
-
 TEST(OperatorTable, SymbolsForMessages) {
   const std::pair<int, const char*> cases[] = {{1, "+"},   {5, ".\\"},  {8, "\\"}, {18, "|"},  {19, "[,]"},
                                                {24, ".'"}, {25, "'"},  {26, "subsindex"}, {28, "subsasgn"},

@@ -1,6 +1,7 @@
 // Edge cases of sparse_matrix<T>: shapes, raw arrays, stable reordering,
-// storage reservation, deep copies and failures that must leave the matrix
-// as it was.
+// storage reservation and failures that must leave the matrix as it was.
+// The coordinate rule, compress, copies and edits are checked against models
+// in sparse_model_test.cpp and fuzz/sparse_model.cpp.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -26,26 +27,6 @@ TEST(SparseShape, NegativeSizesCountAsZero) {
   EXPECT_EQ(s.jc()[0], 0);
   EXPECT_TRUE(s.is_empty());
   EXPECT_EQ(s.dim(2), 1);
-}
-
-TEST(SparseTriplets, EntriesBeyondTheShapeGrowIt) {
-  sparse_matrix<double> s(std::vector<triplet<double>>{{1.0, 0, 4}}, 2, 2);
-  EXPECT_EQ(s.rows(), 5);
-  EXPECT_EQ(s.cols(), 2);
-  EXPECT_EQ(s.get_value(4, 0), 1.0);
-}
-
-TEST(SparseTriplets, ZeroBeforeValueIsDroppedButCancellingPairStays) {
-  struct row { double first, second, stored; };
-  for (const row& r : {row{0, 3, 3}, row{2, -2, 0}, row{0, 0, -1}, row{-0.0, 5, 5}}) {
-    sparse_matrix<double> s(std::vector<triplet<double>>{{r.first, 1, 1}, {r.second, 1, 1}}, 2, 2);
-    if (r.stored < 0) {
-      EXPECT_EQ(s.jce()[1] - s.jc()[1], 0) << r.first << " " << r.second;
-    } else {
-      ASSERT_EQ(s.jce()[1] - s.jc()[1], 1) << r.first << " " << r.second;
-      EXPECT_EQ(s[s.jc()[1]], r.stored);
-    }
-  }
 }
 
 TEST(SparseTriplets, NegativeIndexIsRejected) {
@@ -87,33 +68,6 @@ TEST(SparseReorder, KeepsEntriesOfEqualRowsInOrder) {
       }
     }
   }
-}
-
-TEST(SparseCompress, ShrinkCutsStorageToTheEntriesKept) {
-  const long ir[] = {0, 1, 0};
-  const long jc[] = {0, 2, 3};
-  const double pr[] = {0, 4, 5};
-  for (bool shrink : {false, true}) {
-    sparse_matrix<double> s(2, 2, 3, ir, jc, pr);
-    s.compress(shrink);
-    EXPECT_EQ(s.nzmax(), shrink ? 2 : 3);
-    EXPECT_EQ(s.jc()[2], 2);
-    EXPECT_EQ(s.get_value(1, 0), 4.0);
-    EXPECT_EQ(s.get_value(0, 1), 5.0);
-  }
-}
-
-TEST(SparseCopy, IsDeep) {
-  sparse_matrix<double> a(std::vector<triplet<double>>{{1.0, 0, 0}}, 3, 3);
-  sparse_matrix<double> b = a;
-  EXPECT_NE(a.pr(), b.pr());
-  b.set_value(2, 2, 9.0);
-  b[0] = 7.0;
-  EXPECT_EQ(a.get_value(2, 2), 0.0);
-  EXPECT_EQ(a.get_value(0, 0), 1.0);
-  a = b;
-  EXPECT_EQ(a.get_value(2, 2), 9.0);
-  EXPECT_NE(a.ir(), b.ir());
 }
 
 TEST(SparseReserve, TotalRoomKeepsStorageInPlace) {

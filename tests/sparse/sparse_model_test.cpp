@@ -1,6 +1,8 @@
 // Model-based tests of sparse_matrix<T>: random inputs checked against a dense
 // reference that follows the rules of the sparse matrix independently (one
-// record per place instead of column markers and packing).
+// record per place instead of column markers and packing).  Edits after
+// construction (set_value, transposes, resizes, reservations, copies) are
+// checked against a model by fuzz/sparse_model.cpp.
 #include <gtest/gtest.h>
 
 #include <complex>
@@ -20,13 +22,6 @@ template <class T>
 T plus(const T& a, const T& b) {
   if constexpr (std::is_same_v<T, bool>) return a || b;
   else return a + b;
-}
-
-template <class T>
-T conj_of(const T& v) {
-  if constexpr (std::is_same_v<T, std::complex<double>> || std::is_same_v<T, std::complex<float>>)
-    return std::conj(v);
-  else return v;
 }
 
 // Small integers (about one value in five is zero), so duplicates cancel and
@@ -56,11 +51,6 @@ struct model {
     const long k = t.row + t.col * m;
     if (stored[k]) val[k] = plus(val[k], t.value);
     else if (t.value != T()) stored[k] = 1, val[k] = t.value;
-  }
-  void set(long i, long j, const T& v) {
-    if (v == T() || i < 0 || j < 0 || i >= m || j >= n) return;
-    stored[i + j * m] = 1;
-    val[i + j * m] = v;
   }
 };
 
@@ -222,104 +212,6 @@ TYPED_TEST(SparseModel, TripletsWithLargeRowsSortTheSame) {
         ASSERT_EQ(big[k], s[k]);
       }
     }
-  }
-}
-
-// set_value sequences, with zeros and indices outside the matrix, on packed
-// matrices and on matrices with random room behind their columns.
-TYPED_TEST(SparseModel, SetValueSequences) {
-  using T = TypeParam;
-  std::mt19937 g(2);
-  for (int with_slack = 0; with_slack < 2; ++with_slack) {
-    for (int c = 0; c < 60; ++c) {
-      auto rc = make_case<T>(g);
-      sparse_matrix<T> s(rc.list, rc.m, rc.n);
-      if (with_slack) {
-        std::vector<long> room(s.cols());
-        for (auto& r : room) r = std::uniform_int_distribution<long>(-1, 3)(g);
-        s.reserve(room);
-        ASSERT_NO_FATAL_FAILURE(expect_matches(s, rc.ref));
-      }
-      for (int step = 0; step < 40; ++step) {
-        const long i = std::uniform_int_distribution<long>(-1, s.rows())(g);
-        const long j = std::uniform_int_distribution<long>(-1, s.cols())(g);
-        const T v = random_value<T>(g);
-        const std::vector<long> jc(s.jc(), s.jc() + s.cols() + 1);
-        const std::vector<long> jce(s.jce(), s.jce() + s.cols());
-        const long nzmax = s.nzmax();
-        const bool inside = i >= 0 && j >= 0 && i < s.rows() && j < s.cols();
-        const bool grows = inside && v != T() && !rc.ref.has(i, j);
-        const bool room = inside && jce[j] < jc[j + 1];
-
-        s.set_value(i, j, v);
-        rc.ref.set(i, j, v);
-        ASSERT_NO_FATAL_FAILURE(expect_matches(s, rc.ref));
-        if (grows && room) {
-          // Only column j moved.
-          EXPECT_EQ(s.nzmax(), nzmax);
-          EXPECT_EQ(std::vector<long>(s.jc(), s.jc() + s.cols() + 1), jc);
-          for (long c2 = 0; c2 < s.cols(); ++c2) EXPECT_EQ(s.jce()[c2], jce[c2] + (c2 == j));
-        } else {
-          EXPECT_EQ(s.nzmax(), nzmax + (grows ? 1 : 0));
-        }
-      }
-    }
-  }
-}
-
-TYPED_TEST(SparseModel, TransposesEntryByEntry) {
-  using T = TypeParam;
-  std::mt19937 g(3);
-  for (int c = 0; c < 100; ++c) {
-    auto rc = make_case<T>(g);
-    sparse_matrix<T> s(rc.list, rc.m, rc.n);
-    if (c % 2) s.reserve(std::vector<long>(s.cols(), 2));  // transposing drops slack
-    for (bool conj : {false, true}) {
-      model<T> expected(rc.ref.n, rc.ref.m);
-      for (long j = 0; j < rc.ref.n; ++j)
-        for (long i = 0; i < rc.ref.m; ++i) {
-          expected.val[j + i * expected.m] = conj ? conj_of(rc.ref.get(i, j)) : rc.ref.get(i, j);
-          expected.stored[j + i * expected.m] = rc.ref.has(i, j);
-        }
-      sparse_matrix<T> t = s;
-      if (conj) t.ctranspose();
-      else t.transpose();
-      ASSERT_NO_FATAL_FAILURE(expect_matches(t, expected));
-      EXPECT_EQ(t.nzmax(), t.nnz());
-    }
-  }
-}
-
-TYPED_TEST(SparseModel, ResizesEntryByEntry) {
-  using T = TypeParam;
-  std::mt19937 g(4);
-  for (int c = 0; c < 100; ++c) {
-    auto rc = make_case<T>(g);
-    sparse_matrix<T> s(rc.list, rc.m, rc.n);
-    std::uniform_int_distribution<long> d(-1, 15);
-    const long m2 = d(g), n2 = d(g);
-    sparse_matrix<T> cut = s;
-    cut.conservative_resize(m2, n2);
-    model<T> expected(std::max(m2, 0L), std::max(n2, 0L));
-    for (long j = 0; j < std::min(expected.n, rc.ref.n); ++j)
-      for (long i = 0; i < std::min(expected.m, rc.ref.m); ++i) {
-        expected.val[i + j * expected.m] = rc.ref.get(i, j);
-        expected.stored[i + j * expected.m] = rc.ref.has(i, j);
-      }
-    ASSERT_NO_FATAL_FAILURE(expect_matches(cut, expected));
-    // The resized matrix keeps accepting entries everywhere, new columns too.
-    for (long j = 0; j < expected.n; ++j)
-      for (long i = 0; i < expected.m; i += 3) {
-        const T v = random_value<T>(g);
-        cut.set_value(i, j, v);
-        expected.set(i, j, v);
-      }
-    ASSERT_NO_FATAL_FAILURE(expect_matches(cut, expected));
-
-    sparse_matrix<T> fresh = s;
-    fresh.resize(m2, n2);
-    ASSERT_NO_FATAL_FAILURE(expect_matches(fresh, model<T>(expected.m, expected.n)));
-    EXPECT_EQ(fresh.nnz(), 0);
   }
 }
 

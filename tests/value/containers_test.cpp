@@ -1,4 +1,4 @@
-// Cells, structures, argument lists and function handles.
+// Cells, structures and argument lists.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -232,7 +232,7 @@ TEST(Containers, CopyOnWriteEachDetachesEveryElement) {
   EXPECT_EQ(s.get_field("x")->as_double(), 1.0);
 }
 
-// ---- lists and handles ------------------------------------------------------
+// ---- lists ------------------------------------------------------------
 
 TEST(VariableListTest, ShallowCopySharesDeepCopyDoesNot) {
   VariableList a{dbl(1), dbl(2), nullptr};
@@ -247,15 +247,6 @@ TEST(VariableListTest, ShallowCopySharesDeepCopyDoesNot) {
   items v{dbl(3)};
   VariableList moved(std::move(v));
   EXPECT_EQ(moved.size(), 1);
-}
-
-TEST(FunctionHandle, DefaultIsTypeZeroWithEmptyText) {
-  function_handle h;
-  EXPECT_EQ(h.type(), 0);
-  EXPECT_EQ(h.to_string(), "");
-  function_handle a(fh_anonymous, "@() 1");
-  EXPECT_EQ(a.type(), fh_anonymous);
-  EXPECT_EQ(a.to_string(), "@() 1");
 }
 
 }  // namespace
