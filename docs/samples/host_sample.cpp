@@ -136,5 +136,27 @@ int main(int argc, char** argv) {
   std::printf("removed (%d); left: %zu variables, t %s, c %s\n", status, workspace.size(),
               workspace.count("t") ? "kept" : "cleared", workspace.count("c") ? "kept" : "cleared");
   //! [plugin]
+
+  //! [c_plugin]
+  // A plugin in C: the load arguments are its name and the factor 10.
+  std::vector<zo_obj> load_args{zo_obj("scaler", type_char), zo_obj(10.0)};
+  std::vector<const __zxArray*> arg_ptrs;
+  for (const auto& v : load_args) arg_ptrs.push_back(reinterpret_cast<const __zxArray*>(&v));
+  if (int status = mgr.add("scaler", arg_ptrs, argv[1]); status != 0) {
+    std::fprintf(stderr, "load failed (%d): %s\n", status, mgr.error_msg().c_str());
+    return 1;
+  }
+  mgr.apply_function(mgr.get_function_by_name("scaler::times"), 1,
+                     {zo_obj::make_matrix<double>(1, 3, {1, 2, 3.5})}, out);
+  internal::obj2console_safe<1>(*out.at(0), window_width(), 1 << 16);
+  out.clear();
+  try {  // the plugin records an error with zxError; the call raises it
+    mgr.apply_function(mgr.get_function_by_name("scaler::times"), 1,
+                       {std::make_shared<zo_obj>("text", type_char)}, out);
+  } catch (const std::runtime_error& e) {
+    std::printf("error: %s\n", e.what());
+  }
+  mgr.remove("scaler");
+  //! [c_plugin]
   return 0;
 }
