@@ -42,7 +42,7 @@ struct element_traits {
         throw insufficient_memory(static_cast<unsigned long>(n * sizeof(T)));
       }
     } else {
-      void* p = std::calloc(n, sizeof(T));
+      void* p = zo_malloc_refused() ? nullptr : std::calloc(n, sizeof(T));
       if (!p) throw insufficient_memory(static_cast<unsigned long>(n * sizeof(T)));
       return static_cast<T*>(p);
     }
@@ -54,7 +54,7 @@ struct element_traits {
     if constexpr (is_object) {
       return make(n);
     } else {
-      void* p = std::malloc(n * sizeof(T));
+      void* p = zo_malloc_refused() ? nullptr : std::malloc(n * sizeof(T));
       if (!p) throw insufficient_memory(static_cast<unsigned long>(n * sizeof(T)));
       return static_cast<T*>(p);
     }

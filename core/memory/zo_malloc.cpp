@@ -20,8 +20,7 @@ void* zo_malloc_impl(unsigned long size, unsigned long align) {
   // A size whose byte count plus the alignment does not fit is refused rather
   // than wrapped into a tiny block.
   if (size > std::numeric_limits<unsigned long>::max() - align) return nullptr;
-  if (__builtin_expect(internal::zo_malloc_fail_hook != nullptr, 0) && internal::zo_malloc_fail_hook())
-    return nullptr;
+  if (internal::zo_malloc_refused()) return nullptr;
   auto* p = static_cast<unsigned char*>(std::malloc(size + align));
   if (!p) return nullptr;
   const unsigned long d = align - reinterpret_cast<std::uintptr_t>(p) % align;

@@ -55,10 +55,15 @@ class insufficient_memory : public std::bad_alloc {
   std::string msg_;
 };
 
-// Test-only: when set, zo_malloc_impl asks it before every request and
-// refuses the request when it answers true, so allocation-failure sweeps can
-// fail the Nth allocation of a scenario.  Null in normal use.
+// Test-only: when set, zo_malloc_impl and the arithmetic blocks of dense
+// arrays ask it before every request and refuse the request when it answers
+// true, so allocation-failure sweeps can fail the Nth allocation of a
+// scenario.  Null in normal use.
 extern bool (*zo_malloc_fail_hook)() noexcept;
+// True when the test hook refuses this request.
+inline bool zo_malloc_refused() noexcept {
+  return __builtin_expect(zo_malloc_fail_hook != nullptr, 0) && zo_malloc_fail_hook();
+}
 
 // Throws std::length_error with the text of a vector that would outgrow the
 // allocator's maximum size.

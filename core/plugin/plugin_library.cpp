@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "value/extern_obj_base.h"
@@ -15,20 +16,33 @@ namespace zorvat {
 namespace internal {
 namespace {
 
+// A list that is made without allocating (so that even the first use cannot
+// fail, also in a destructor) and never destroyed: libraries may close while
+// the process's statics are being destroyed.
+class library_list {
+ public:
+  library_list() noexcept { new (storage_) std::vector<plugin_library*>(); }
+  std::vector<plugin_library*>& get() noexcept {
+    return *std::launder(reinterpret_cast<std::vector<plugin_library*>*>(storage_));
+  }
+
+ private:
+  alignas(std::vector<plugin_library*>) unsigned char storage_[sizeof(std::vector<plugin_library*>)];
+};
+
 // Every library open at the moment, loaded or already unloaded but still in
-// use.  Rarely more than a handful.  Never destroyed: libraries may close
-// while the process's statics are being destroyed.
+// use.  Rarely more than a handful.
 std::vector<plugin_library*>& open_libraries() {
-  static auto* libs = new std::vector<plugin_library*>;
-  return *libs;
+  static library_list libs;
+  return libs.get();
 }
 
 // Calls into plugin code in progress, and the libraries whose last owner went
 // meanwhile (closed when the outermost call ends).
 int running_calls = 0;
 std::vector<plugin_library*>& closing_later() {
-  static auto* libs = new std::vector<plugin_library*>;
-  return *libs;
+  static library_list libs;
+  return libs.get();
 }
 
 // The last owner's release: close now, or after the plugin code that runs.

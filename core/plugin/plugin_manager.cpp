@@ -32,11 +32,12 @@ int call_entry(Fn fn, Args... args) {
 // points, and restores the previous one afterwards.
 class current_plugin_scope {
  public:
+  // Only the copy of the name may fail; the exchanges cannot.
   explicit current_plugin_scope(const std::string& name)
-      : data_(plugin_manager_data::get_instance()), saved_(data_.current_plugin()) {
-    data_.current_plugin(name);
+      : data_(plugin_manager_data::get_instance()), saved_(name) {
+    data_.swap_current_plugin(saved_);
   }
-  ~current_plugin_scope() { data_.current_plugin(saved_); }
+  ~current_plugin_scope() { data_.swap_current_plugin(saved_); }
 
  private:
   plugin_manager_data& data_;
@@ -157,34 +158,45 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
     throw;
   }
 
-  {
+  try {
     // The entry points may register, load or unload (themselves too): the
     // record is not held across them, and the code stays mapped until they
     // return.
-    current_plugin_scope scope(name);
-    plugin_library::running guard;
-    if (init_lib && call_entry(init_lib, zex_) != 0) {
-      error_ = tr("初始化外部库错误 - zxPluginInitLib 返回非零值");
-      remove(name);
-      return 4;
-    }
-    if (init) {
-      // The count is the full size while the array starts one element in:
-      // this pairing is part of the plugin ABI and is kept on purpose.
-      const __zxArray** array = args.empty() ? nullptr : const_cast<const __zxArray**>(args.data()) + 1;
-      if (call_entry(init, static_cast<int>(args.size()), array) != 0) {
-        error_ = tr("初始化错误 - zxPluginInit 返回非零值");
+    {
+      current_plugin_scope scope(name);
+      plugin_library::running guard;
+      if (init_lib && call_entry(init_lib, zex_) != 0) {
+        error_ = tr("初始化外部库错误 - zxPluginInitLib 返回非零值");
         remove(name);
-        return 5;
+        return 4;
+      }
+      if (init) {
+        // The count is the full size while the array starts one element in:
+        // this pairing is part of the plugin ABI and is kept on purpose.
+        const __zxArray** array = args.empty() ? nullptr : const_cast<const __zxArray**>(args.data()) + 1;
+        if (call_entry(init, static_cast<int>(args.size()), array) != 0) {
+          error_ = tr("初始化错误 - zxPluginInit 返回非零值");
+          remove(name);
+          return 5;
+        }
       }
     }
-  }
 
-  // A plugin that unloaded itself from its init has been loaded and is gone:
-  // its scripts are not added.
-  if (is_loaded(name)) {
-    std::string scripts = scripts_dir(root, name);
-    global::F2KQuery_fwd("addpath", &scripts);
+    // A plugin that unloaded itself from its init has been loaded and is
+    // gone: its scripts are not added.
+    if (is_loaded(name)) {
+      std::string scripts = scripts_dir(root, name);
+      global::F2KQuery_fwd("addpath", &scripts);
+    }
+  } catch (...) {
+    // Out of memory, or a host service failed, after registration: the
+    // plugin does not stay half loaded.
+    try {
+      if (is_loaded(name)) remove(name);
+    } catch (...) {
+      forget(name);
+    }
+    throw;
   }
   error_.clear();
   return 0;
@@ -209,42 +221,43 @@ int plugin_manager::remove(const std::string& name) {
   // what they need is copied, and the record is looked up again afterwards.
   // The code stays mapped until the end of the removal.
   plugin_library::running guard;
+  // What may fail to allocate comes first, while nothing has changed.
   const std::vector<int> type_ids = plugins_[name].type_ids;
   const zxPluginFiniFunction fini = plugins_[name].fini;
+  const char* env_root = std::getenv("ZORVAT_PLUGIN_PATH");
+  std::string scripts = scripts_dir(env_root ? env_root : "", name);
 
   // Objects of the plugin's types must go before its code does.
   if (global::clear_extern_obj) global::clear_extern_obj(type_ids);
 
-  bool fini_failed = false;
-  if (fini && call_entry(fini) != 0) {
-    fini_failed = true;
-    error_ = str_format(tr("插件 %s 的 fini 函数返回非零值"), name.c_str());
-  }
-
-  auto it = plugins_.find(name);  // a nested remove of it was refused, so it is still there
-  if (it == plugins_.end()) return fini_failed ? 6 : 0;
-  plugin_info info = std::move(it->second);
-  plugins_.erase(it);
-  if (info.functions) {
-    for (const zxFunctionEntry* row = info.functions(); row && row->function; ++row) {
-      if (!row->name) continue;
-      auto f = functions_.find(row->name);
-      if (f != functions_.end() && f->second.plugin == name) functions_.erase(f);
+  const bool fini_failed = fini && call_entry(fini) != 0;
+  if (fini_failed) {
+    try {
+      error_ = str_format(tr("插件 %s 的 fini 函数返回非零值"), name.c_str());
+    } catch (const std::bad_alloc&) {
+      error_.clear();  // the status still tells
     }
   }
-  for (unsigned long key : info.operator_keys) operators_.erase(key);
-  operator_cache_.fill({});
 
-  plugin_manager_data::get_instance().remove_overload_function_by_tag(name);
-  for (int id : info.type_ids) {
-    if (id % 2 == 0) cstructs_.erase(id);
-  }
-  info.library.reset();  // closed when the removal ends, unless values of its types live on
-
-  const char* env_root = std::getenv("ZORVAT_PLUGIN_PATH");
-  std::string scripts = scripts_dir(env_root ? env_root : "", name);
+  // A nested remove of it was refused, so it is normally still there.
+  if (!is_loaded(name)) return fini_failed ? 6 : 0;
+  forget(name);  // the code is unmapped when the removal ends, unless values of its types live on
   global::F2KQuery_fwd("rmpath", &scripts);
   return fini_failed ? 6 : 0;
+}
+
+void plugin_manager::forget(const std::string& name) noexcept {
+  auto it = plugins_.find(name);
+  if (it == plugins_.end()) return;
+  for (auto f = functions_.begin(); f != functions_.end();)
+    f = f->second.plugin == name ? functions_.erase(f) : std::next(f);
+  for (unsigned long key : it->second.operator_keys) operators_.erase(key);
+  operator_cache_.fill({});
+  plugin_manager_data::get_instance().remove_overload_function_by_tag(name);
+  for (int id : it->second.type_ids) {
+    if (id % 2 == 0) cstructs_.erase(id);
+  }
+  plugins_.erase(it);  // last: `name` may be its key
 }
 
 plugin_manager::function plugin_manager::get_function_by_name(const std::string& name) const {

@@ -217,6 +217,9 @@ class plugin_manager {
   static constexpr size_t operator_cache_size = 64;
   std::array<operator_cache_entry, operator_cache_size> operator_cache_{};
   function find_operator(unsigned long key);
+  // Drops every trace of a loaded plugin from the tables (its functions,
+  // operators, overloads, C structure types and record) without allocating.
+  void forget(const std::string& name) noexcept;
   std::unordered_map<int, cstruct_info> cstructs_;
   mutable std::string error_;
   std::vector<std::string> removing_;  // plugins whose remove() is under way
@@ -246,6 +249,8 @@ class plugin_manager_data {
   void remove_overload_function_by_tag(const std::string& tag);
   // The plugin whose entry points are running during a load ("" otherwise).
   void current_plugin(const std::string& name) { current_ = name; }
+  // Exchanges the current plugin's name with `name` (cannot fail).
+  void swap_current_plugin(std::string& name) noexcept { current_.swap(name); }
   const std::string& current_plugin() const { return current_; }
 
  private:

@@ -203,25 +203,36 @@ TEST(AllocSweep, HostBridge) {
   zorvat_test::fake_host::uninstall();
 }
 
-// Loading is swept up to the first registration only: an allocation failure
-// while add() records the plugin's function table lets std::bad_alloc out with
-// the functions already registered and the library still open, so the plugin
-// can never be loaded again (status 3, symbol conflict).  Until add() rolls its
-// registration back, the sweep covers the calls on a loaded plugin and the
-// failures before registration (the path and entry-point look-ups).
+// Loading, calls and unloading.  A load that fails leaves no trace (no
+// plugin, no function), so the next run can load again; an unload that fails
+// leaves the plugin loaded and removable.
 TEST(AllocSweep, PluginLoadingAndCalls) {
   auto& mgr = global::plugin_mgr();
   mgr.remove("tp_absent");  // the manager and its tables exist before the sweep
   report("plugin refused", sweep([&] { mgr.add("tp_absent", {}, ZORVAT_TEST_PLUGIN_ROOT); }));
-  ASSERT_EQ(mgr.add("tp_good", {}, ZORVAT_TEST_PLUGIN_ROOT), 0) << mgr.error_msg();
+  const auto loaded = [&] { return mgr.is_loaded("tp_good") && mgr.get_function_by_name("tp::sum"); };
+  report("plugin loading", sweep([&] {
+    if (int status = mgr.add("tp_good", {}, ZORVAT_TEST_PLUGIN_ROOT); status != 0)
+      throw std::logic_error(mgr.error_msg());
+  }, [&] { return !mgr.is_loaded("tp_good") && !mgr.get_function_by_name("tp::sum"); }));
+  ASSERT_TRUE(loaded());
   report("plugin calls", sweep([&] {
     auto fn = mgr.get_function_by_name("tp::sum");
     if (!fn) throw std::logic_error("tp::sum not registered");
     internal::plugin_manager::result_list out;
     internal::plugin_manager::apply_function(fn, 1, {dbl(1), dbl(2), dbl(3)}, out);
     mgr.get_export_function_list("tp_good");
-  }, [&] { return mgr.get_function_by_name("tp::sum") != nullptr; }));
-  EXPECT_EQ(mgr.remove("tp_good"), 0) << mgr.error_msg();
+  }, loaded));
+  report("plugin unloading", sweep([&] {
+    // A failure that remove() absorbs (it keeps the code mapped for good
+    // rather than postpone its unmapping) completes the run: load again.
+    const long saved = fail_at;
+    fail_at = 0;
+    if (!mgr.is_loaded("tp_good")) mgr.add("tp_good", {}, ZORVAT_TEST_PLUGIN_ROOT);
+    fail_at = saved;
+    if (int status = mgr.remove("tp_good"); status != 0) throw std::logic_error(mgr.error_msg());
+  }, loaded));
+  EXPECT_FALSE(mgr.is_loaded("tp_good"));
 }
 
 // Printed last: the integrator reports this number.
