@@ -306,6 +306,10 @@ TEST_F(OneLine, SummaryOfAnyValue) {
       {arr<double>({2, 2}), 0, "[2x2 double]"},
       {zo_obj(), 0, "[1x1 void]"},
       {arr<double>({1, 3}), 6, "[1x3 double]"},  // a format without a rendering
+      // Format 9 signs even for whole values: the summary has no int32 path.
+      {arr<double>({1, 3}, {1, -2, 0}), 9, "[+ - ]"},
+      {zo_obj(-3.0), 9, "-"},
+      {arr<long>({1, 2}, {-4, 5}), 9, "[-4 5]"},
   };
   for (const auto& r : rows) {
     set_format(r.format, true);
