@@ -134,6 +134,74 @@ char* write_fixed_abs(char* p, double ax, int prec) {
   return std::to_chars(p, p + compiled_format::max_text / 2, ax, std::chars_format::fixed, prec).ptr;
 }
 
+// The two-digit texts "00" to "99".
+constexpr char digit_pairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+// snprintf's "%<width>.<P>f" of x (right-aligned), or null when |x| * 10^P
+// is not below 2^52 (NaN and infinities included): the caller then takes
+// the general conversion.  P is a constant so that the scale, the divisions
+// and the digit loop are fixed at compile time.
+template <int P>
+char* fixed_field_p(char* p, double x, int width) {
+  constexpr double scale = pow10_d[P];
+  constexpr std::uint64_t unit = pow10_u[P];
+  const double ax = std::fabs(x);
+  const double hi = ax * scale;
+  if (!(hi < 4503599627370496.0)) return nullptr;
+  std::uint64_t n = static_cast<std::uint64_t>(static_cast<std::int64_t>(hi));
+  // Round half to even on the exact product ax * scale = hi + error, with
+  // |error| <= half an ulp of hi <= hi * 2^-53.  The distance of hi past the
+  // half-way point is exact; only when it is within that bound is the
+  // rounding error of the product needed to settle the direction.
+  const double past_half = (hi - static_cast<double>(static_cast<std::int64_t>(n))) - 0.5;
+  const double bound = hi * 0x1p-52;
+  if (past_half > bound) {
+    ++n;
+  } else if (past_half >= -bound) {
+    const double exact = past_half + product_error(ax, scale, hi);
+    if (exact > 0 || (exact == 0 && (n & 1))) ++n;
+  }
+  const std::uint64_t whole = n / unit;
+  int whole_digits = 1;
+  while (whole_digits < 16 && whole >= pow10_u[whole_digits]) ++whole_digits;
+  const bool neg = std::signbit(x);
+  const int len = static_cast<int>(neg) + whole_digits + (P > 0 ? P + 1 : 0);
+  if (len < width) {  // width <= 100: inside the caller's buffer
+    std::memset(p, ' ', static_cast<size_t>(width - len));
+    p += width - len;
+  }
+  char* const end = p + len;
+  char* q = end;
+  if constexpr (P > 0) {
+    std::uint64_t frac = n - whole * unit;
+    for (int k = P; k >= 2; k -= 2) {
+      q -= 2;
+      std::memcpy(q, digit_pairs + 2 * (frac % 100), 2);
+      frac /= 100;
+    }
+    if constexpr (P % 2 == 1) *--q = static_cast<char>('0' + frac);
+    *--q = '.';
+  }
+  std::uint64_t w = whole;
+  while (w >= 10) {
+    q -= 2;
+    std::memcpy(q, digit_pairs + 2 * (w % 100), 2);
+    w /= 100;
+  }
+  if (q > p + static_cast<int>(neg)) *--q = static_cast<char>('0' + w);
+  if (neg) *p = '-';
+  return end;
+}
+
+constexpr compiled_format::fixed_writer fixed_field[] = {
+    fixed_field_p<0>,  fixed_field_p<1>,  fixed_field_p<2>,  fixed_field_p<3>,
+    fixed_field_p<4>,  fixed_field_p<5>,  fixed_field_p<6>,  fixed_field_p<7>,
+    fixed_field_p<8>,  fixed_field_p<9>,  fixed_field_p<10>, fixed_field_p<11>,
+    fixed_field_p<12>, fixed_field_p<13>, fixed_field_p<14>, fixed_field_p<15>};
+
 // Right-aligns [start, end) in `width` (left-aligns with `left`), returns the end.
 inline char* pad_field(char* start, char* end, int width, bool left) {
   const long len = end - start;
@@ -258,6 +326,9 @@ compiled_format::compiled_format(const char* fmt) : fmt_(fmt) {
   char_ok_ = accepts("c");
   star_int_ok_ = accepts("*i");
   int_ok_ = accepts("i");
+  const piece_rec& first = pieces_[0];
+  if (real_ok_ && first.conv == 'f' && !first.star && first.prec >= 0 && first.prec <= max_fast_prec)
+    fixed_ = fixed_field[first.prec];
 }
 
 bool compiled_format::accepts(const char* convs) const {
@@ -281,6 +352,12 @@ size_t compiled_format::run(char* buf, const arg* args) const {
       }
     }
     const arg& a = *args++;
+    if (pc.conv == 'f' && !left && pc.prec >= 0 && pc.prec <= max_fast_prec) {
+      if (char* end = fixed_field[pc.prec](p, a.d, width)) {
+        p = end;
+        continue;
+      }
+    }
     if (pc.conv == 'f' || pc.conv == 'e') {
       p = format_floating_at(p, a.d, pc.conv, width, pc.prec < 0 ? 6 : pc.prec, left);
       continue;
@@ -325,6 +402,18 @@ size_t measured(int n) { return n < 0 ? 0 : static_cast<size_t>(n); }
 }  // namespace
 
 size_t compiled_format::real(char* buf, double x) const {
+  if (fixed_ != nullptr) {
+    // One fixed-point conversion between two literals: the common case.
+    const piece_rec& pc = pieces_[0];
+    std::memcpy(buf, pc.lit, static_cast<size_t>(pc.lit_len));
+    if (char* p = fixed_(buf + pc.lit_len, x, pc.width)) {
+      const piece_rec& tail = pieces_[1];
+      std::memcpy(p, tail.lit, static_cast<size_t>(tail.lit_len));
+      p += tail.lit_len;
+      *p = '\0';
+      return static_cast<size_t>(p - buf);
+    }
+  }
   if (!real_ok_) return measured(std::snprintf(buf, max_text, fmt_, x));
   arg a[1];
   a[0].d = x;

@@ -52,6 +52,10 @@ class compiled_format {
   // A plain integer ("%4d").
   size_t integer(char* buf, long v) const;
 
+  // Writes a fixed-point field of known precision, or returns null when the
+  // general conversion must take the value (see number_format.cpp).
+  using fixed_writer = char* (*)(char* p, double x, int width);
+
  private:
   union arg {
     double d;
@@ -78,6 +82,8 @@ class compiled_format {
   // Which argument signatures the fast path serves (see accepts()).
   bool real_ok_ = false, complex_ok_ = false, char_ok_ = false, star_int_ok_ = false, int_ok_ = false;
   bool fast_ = false;
+  // Set for the texts "<literal>%<width>.<prec>f<literal>" with prec <= 15.
+  fixed_writer fixed_ = nullptr;
 };
 
 // Writes snprintf's text of x under "%<width>.<prec>f" (conv 'f') or
