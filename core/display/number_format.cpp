@@ -9,6 +9,8 @@
 namespace zorvat {
 namespace internal {
 
+extern const char digit_pairs[201];
+
 namespace {
 
 constexpr double pow10_d[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
@@ -134,12 +136,6 @@ char* write_fixed_abs(char* p, double ax, int prec) {
   return std::to_chars(p, p + compiled_format::max_text / 2, ax, std::chars_format::fixed, prec).ptr;
 }
 
-// The two-digit texts "00" to "99".
-constexpr char digit_pairs[] =
-    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
-    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
-    "8081828384858687888990919293949596979899";
-
 // snprintf's "%<width>.<P>f" of x (right-aligned), or null when |x| * 10^P
 // is not below 2^52 (NaN and infinities included): the caller then takes
 // the general conversion.  P is a constant so that the scale, the divisions
@@ -243,6 +239,11 @@ char* format_floating_at(char* p, double x, char conv, int width, int prec, bool
 }
 
 }  // namespace
+
+const char digit_pairs[201] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
 
 size_t format_floating(char* buf, double x, char conv, int width, int prec, bool zero_pad) {
   if (zero_pad || prec < 0 || prec > 30 || width > 100 || (conv != 'f' && conv != 'e')) {
