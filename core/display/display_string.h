@@ -58,7 +58,7 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
   // characters), and the next page's first column is measured before a page
   // is written.
   const long page_cols = std::max(1L, std::min(cols, width / 5 + 2));
-  const bool keep_items = rows <= (1L << 18) / page_cols;
+  const bool keep_items = rows <= (1L << 16) / page_cols;
   std::vector<item> items;  // column by column from `start`, `rows` each
   std::vector<long> index(dims.size() - 2, 0);
   std::vector<long> col_width;
