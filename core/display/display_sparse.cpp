@@ -27,7 +27,8 @@ int decimal_digits(long v) {
   return n;
 }
 
-// Writes v (>= 0) right-aligned in w characters; returns the end.
+// Writes v (>= 0) right-aligned in w characters; returns the end.  May
+// write blanks up to 24 characters past p.
 char* put_padded(char* p, long v, int w) {
   char digits[24];
   char* const end = digits + sizeof digits;
@@ -45,7 +46,13 @@ char* put_padded(char* p, long v, int w) {
     *--q = static_cast<char>('0' + u);
   }
   const int n = static_cast<int>(end - q);
-  for (int k = n; k < w; ++k) *p++ = ' ';
+  if (n < w) {
+    if (w <= 24)
+      std::memset(p, ' ', 24);  // a fixed size: no call
+    else
+      std::memset(p, ' ', static_cast<size_t>(w - n));
+    p += w - n;
+  }
   std::memcpy(p, q, static_cast<size_t>(n));
   return p + n;
 }
@@ -114,7 +121,7 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
   // text (or one sign character) and "\n".
   static_assert(64 + compiled_format::max_text <= chunked_writer<S>::max_piece, "an entry line is one piece");
   chunked_writer<S> out(s);
-  char col_text[32];  // "," column ")" of the current column
+  char col_text[32] = {};  // "," column ")" of the current column
   for (long j = 0; j < cols; ++j) {
     char* const col_end = put_padded(col_text + 1, j + 1, cw);
     col_text[0] = ',';
@@ -128,7 +135,7 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
       *p++ = ' ';
       *p++ = '(';
       p = put_padded(p, ir[k] + 1, rw);
-      std::memcpy(p, col_text, col_len);
+      std::memcpy(p, col_text, sizeof col_text);  // a fixed size: no call; the room has space
       p += col_len;
       if (format == 9)
         *p++ = sign_char(pr[k]);
