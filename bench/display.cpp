@@ -5,7 +5,13 @@
 //
 // Reference figure for BM_Obj2consoleMillion before the sinks appended to a
 // plain string and the fixed-point digits used constant divisors: 69.6 ms
-// CPU on the project machine, ratio 0.289 to the snprintf loop.
+// CPU on the project machine, ratio 0.289 to the snprintf loop.  Before the
+// work below: 46.6 ms, ratio 0.235 (snprintf loop 198 ms).
+// Now, with fixed-point fields written right to left two digits a step, the
+// round-up decision taken without a branch (the exact product error only
+// near a tie) and rows handed to the sink in chunks of about 16 KiB:
+// 14.9 ms, ratio 0.077 (snprintf loop 193 ms) on a quiet machine; 19.8 ms,
+// ratio 0.069 (285 ms) with the machine under a load of 8; medians of 3.
 #include <cstdio>
 #include <cstring>
 #include <fstream>

@@ -2,6 +2,14 @@
 // of short strings and of a sparse matrix with 1,000,000 entries, each against
 // obj2console of a dense 1000x1000 double matrix (the same element count).
 // Items per second is elements per second; the ratios are times per element.
+//
+// Medians of 3 (CPU): dense 12.6 ns per element, cell 39-41 ns (3.1x),
+// sparse 20.3 ns (1.6x); before the dense speed-up dense was 46 ns, cell
+// 62 ns (1.34x), sparse 63 ns (1.37x).  The cell's time is the walk to its
+// texts: each element is a separate value reached through three dependent
+// pointers (slot, value, array, string), a cache miss each on a million
+// elements; every element is now looked at once.  A sparse entry line is
+// 2.6 times the text of a dense element (its position comes first).
 #include <ostream>
 #include <random>
 #include <streambuf>

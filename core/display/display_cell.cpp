@@ -1,6 +1,7 @@
 // Cell arrays (kind 25): one bracketed summary text per element, laid out in
 // the column layout of string arrays.  A nested cell or structure shows only
 // its size and type, so a cell that contains itself prints in finite time.
+#include <cstring>
 #include <memory>
 
 #include "display/display.h"
@@ -17,25 +18,70 @@ namespace internal {
 namespace {
 
 // The summary texts of cell elements, at most about max_len characters of
-// content each.  Quoted texts are measured and copied without building the
-// summary; the summary of a row vector, which must be formatted to be
-// measured, is kept from length() for the append() that follows it.
+// content each.  A quoted text held in one piece is looked at once: its item
+// points at the characters kept.  Other summaries (a row vector's, which
+// must be formatted to be measured, the size and type text, a char row
+// stored with gaps) are made again when written; the last one made is kept.
 class cell_summaries {
  public:
+  struct item {
+    const cell_array::element* element;  // null: an empty slot
+    const char* text;                     // the kept characters, or null: made again
+    long kept;
+    long length;
+    char quote;
+    bool cut;
+  };
+
   explicit cell_summaries(long max_len) : max_len_(max_len) {}
 
-  long length(const cell_array::element& e) {
-    if (e == nullptr) return 0;
-    if (quoted(*e)) return string_quote_truncate_length(*e, max_len_);
-    return static_cast<long>(other_text(e).size());
+  item look(const cell_array::element& e) {
+    item it{&e, nullptr, 0, 0, 0, false};
+    if (e == nullptr) {
+      it.element = nullptr;
+      return it;
+    }
+    const zo_obj& v = *e;
+    if (quoted(v)) {
+      long n = -1;
+      if (v.type == type_string) {
+        const std::string& t = *v.get<matrix<std::string>>().data();
+        it.text = t.data();
+        n = static_cast<long>(t.size());
+      } else {
+        const auto& m = v.get<matrix<char>>();
+        if (m.is_contiguous()) {
+          it.text = m.data();
+          n = m.size();
+        }
+      }
+      if (it.text != nullptr) {
+        it.quote = v.type == type_string ? '"' : '\'';
+        it.cut = max_len_ >= 1 && n > max_len_;
+        it.kept = it.cut ? max_len_ : n;
+        it.length = it.kept + 2 + (it.cut ? 3 : 0);
+        return it;
+      }
+    }
+    it.length = static_cast<long>(other_text(e).size());
+    return it;
   }
 
-  void append(std::string& line, const cell_array::element& e) {
-    if (e == nullptr) return;
-    if (quoted(*e))
-      append_string_quote_truncate(line, *e, max_len_);
-    else
-      line += other_text(e);
+  void put(char* dst, const item& it) {
+    if (it.element == nullptr) return;
+    if (it.text == nullptr) {
+      const std::string& t = other_text(*it.element);
+      std::memcpy(dst, t.data(), t.size());
+      return;
+    }
+    *dst++ = it.quote;
+    std::memcpy(dst, it.text, static_cast<size_t>(it.kept));
+    dst += it.kept;
+    if (it.cut) {
+      std::memcpy(dst, "...", 3);
+      dst += 3;
+    }
+    *dst = it.quote;
   }
 
  private:
@@ -47,12 +93,16 @@ class cell_summaries {
     return m.is_empty() || (m.ndims() == 2 && m.rows() == 1);
   }
 
-  // The row vector text, or the size and type text.  The last one computed
-  // is kept, for an append() right after its length().
+  // The quoted text of a char row stored with gaps, the row vector text, or
+  // the size and type text.  The last one made is kept.
   const std::string& other_text(const cell_array::element& e) {
     if (e.get() == cached_) return cache_;
     cached_ = e.get();
     cache_.clear();
+    if (quoted(*e)) {
+      append_string_quote_truncate(cache_, *e, max_len_);
+      return cache_;
+    }
     if (e->payload() != nullptr && e->is_row_vector()) cache_ = row_vector_to_string(*e, max_len_, true);
     if (cache_.empty())
       cache_ = str_format("%s %s", cell_array::size_str_cell(e).c_str(), cell_array::type_str_cell(e));

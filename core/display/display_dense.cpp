@@ -112,7 +112,8 @@ void obj2str_impl_m_cl(S& s, const M& m, long width) {
       if (!m.is_scalar() && (format == 0 || format == 1)) scale = get_scale(m);
     }
     const compiled_format f(info.fmt);
-    char buf[compiled_format::max_text];
+    static_assert(compiled_format::max_text <= chunked_writer<S>::max_piece, "an element text is one piece");
+    chunked_writer<S> out(s);
     const long rows = dims[0], cols = dims[1], slices = slice_count(dims);
     const long rs = m.stride(0), cs = m.stride(1);
     std::vector<long> index(dims.size() - 2, 0);
@@ -147,10 +148,11 @@ void obj2str_impl_m_cl(S& s, const M& m, long width) {
           const T* row = base + i * rs;
           for (long j = c0; j < c1; ++j) {
             if (s.stopped()) return;
-            s.write(buf, element_text(buf, f, info, row[j * cs], scale));
+            out.commit(element_text(out.room(), f, info, row[j * cs], scale));
           }
-          s << "\n";
+          out.put('\n');
         }
+        out.flush();
         loose_newline(s);
       }
     }

@@ -27,6 +27,8 @@
 #include <string>
 #include <type_traits>
 
+#include "memory/zo_assert.h"
+
 // The four sinks, each passed with an extra argument A: X(S, A).
 #define ZORVAT_FOR_EACH_DISPLAY_SINK_WITH(X, A)                                                \
   X(::zorvat::internal::FixedLengthStream, A) X(::zorvat::internal::BufferedStream<0>, A)     \
@@ -53,6 +55,9 @@ class FixedLengthStream {
     if (static_cast<long>(text_.size()) > limit) mark_truncated();
   }
   bool stopped() const { return truncated; }
+  // True when n more characters inserted at once give the text that the same
+  // characters inserted in any pieces would: the cap is not passed.
+  bool fits(std::size_t n) const { return static_cast<long>(text_.size() + n) <= limit; }
   const std::string& str() const { return text_; }
   // The collected text, moved out; the sink is spent.
   std::string release() { return std::move(text_); }
@@ -84,6 +89,8 @@ class BufferedStream {
     if (static_cast<long>(text_.size()) > threshold) flush();
   }
   bool stopped() const { return false; }
+  // Nothing is ever dropped: pieces may always be joined.
+  bool fits(std::size_t) const { return true; }
   // Emits the buffered text, empties the buffer and clears its error state.
   void flush();
 
@@ -108,6 +115,58 @@ template <>
 struct is_display_sink<FixedLengthStream> : std::true_type {};
 template <int N>
 struct is_display_sink<BufferedStream<N>> : std::true_type {};
+
+// Joins consecutive insertions into writes of about `chunk` characters.  The
+// text, and the point where obj2str's cap cuts it, stay those of inserting
+// every piece by itself: a piece that would carry the sink past its cap is
+// inserted alone, after the pieces before it.  A renderer formats a piece
+// straight into room() and passes its length to commit(); flush() before
+// writing to the sink by any other way.
+//
+//   chunked_writer<S> out(s);
+//   out.commit(f.real(out.room(), x));
+//   out.flush();
+template <class S>
+class chunked_writer {
+ public:
+  static constexpr std::size_t chunk = 16384;
+  // The longest piece that room() takes.
+  static constexpr std::size_t max_piece = 2048;
+
+  explicit chunked_writer(S& s) : s_(s) {}
+  chunked_writer(const chunked_writer&) = delete;
+  chunked_writer& operator=(const chunked_writer&) = delete;
+
+  char* room() { return buf_ + used_; }
+  // REQUIRES: n <= max_piece characters were written at room().
+  void commit(std::size_t n) {
+    ZORVAT_ASSERT(n <= max_piece);
+    if (s_.fits(used_ + n)) {
+      used_ += n;
+      if (used_ >= chunk) flush();
+      return;
+    }
+    const std::size_t before = used_;
+    used_ = 0;
+    s_.write(buf_, before);
+    s_.write(buf_ + before, n);
+  }
+  void put(char c) {
+    *room() = c;
+    commit(1);
+  }
+  void flush() {
+    if (used_ == 0) return;
+    const std::size_t n = used_;
+    used_ = 0;
+    s_.write(buf_, n);
+  }
+
+ private:
+  S& s_;
+  std::size_t used_ = 0;
+  char buf_[chunk + max_piece];
+};
 
 // Insertion operators of every sink.
 template <class S, class = std::enable_if_t<is_display_sink<S>::value>>

@@ -2,6 +2,7 @@
 #include "display/display_sparse.h"
 
 #include <cmath>
+#include <cstring>
 #include <complex>
 #include <limits>
 #include <type_traits>
@@ -26,17 +27,34 @@ int decimal_digits(long v) {
   return n;
 }
 
-// Writes v (>= 0) right-aligned in w characters; returns the end.
+// Writes v (>= 0) right-aligned in w characters; returns the end.  May
+// write blanks up to 24 characters past p.
 char* put_padded(char* p, long v, int w) {
   char digits[24];
-  int n = 0;
-  do {
-    digits[n++] = static_cast<char>('0' + v % 10);
-    v /= 10;
-  } while (v != 0);
-  for (int k = n; k < w; ++k) *p++ = ' ';
-  while (n != 0) *p++ = digits[--n];
-  return p;
+  char* const end = digits + sizeof digits;
+  char* q = end;
+  auto u = static_cast<unsigned long>(v);
+  while (u >= 100) {
+    q -= 2;
+    std::memcpy(q, digit_pairs + 2 * (u % 100), 2);
+    u /= 100;
+  }
+  if (u >= 10) {
+    q -= 2;
+    std::memcpy(q, digit_pairs + 2 * u, 2);
+  } else {
+    *--q = static_cast<char>('0' + u);
+  }
+  const int n = static_cast<int>(end - q);
+  if (n < w) {
+    if (w <= 24)
+      std::memset(p, ' ', 24);  // a fixed size: no call
+    else
+      std::memset(p, ' ', static_cast<size_t>(w - n));
+    p += w - n;
+  }
+  std::memcpy(p, q, static_cast<size_t>(n));
+  return p + n;
 }
 
 }  // namespace
@@ -99,19 +117,26 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
     }
   }
   const compiled_format f(info.fmt);
-  // "  (" row "," column ")" then the element text (or one sign character).
-  char line[64 + compiled_format::max_text];
+  // Each entry is one insertion: "  (" row "," column ")", then the element
+  // text (or one sign character) and "\n".
+  static_assert(64 + compiled_format::max_text <= chunked_writer<S>::max_piece, "an entry line is one piece");
+  chunked_writer<S> out(s);
+  char col_text[32] = {};  // "," column ")" of the current column
   for (long j = 0; j < cols; ++j) {
+    char* const col_end = put_padded(col_text + 1, j + 1, cw);
+    col_text[0] = ',';
+    *col_end = ')';
+    const size_t col_len = static_cast<size_t>(col_end + 1 - col_text);
     for (long k = jc[j]; k < jce[j]; ++k) {
       if (s.stopped()) return;
+      char* const line = out.room();
       char* p = line;
       *p++ = ' ';
       *p++ = ' ';
       *p++ = '(';
       p = put_padded(p, ir[k] + 1, rw);
-      *p++ = ',';
-      p = put_padded(p, j + 1, cw);
-      *p++ = ')';
+      std::memcpy(p, col_text, sizeof col_text);  // a fixed size: no call; the room has space
+      p += col_len;
       if (format == 9)
         *p++ = sign_char(pr[k]);
       else
@@ -119,9 +144,10 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
         // display (intended).
         p += format_element(p, f, info, pr[k], static_cast<typename real_of<T>::type>(scale));
       *p++ = '\n';
-      s.write(line, static_cast<size_t>(p - line));
+      out.commit(static_cast<size_t>(p - line));
     }
   }
+  out.flush();
   loose_newline(s);
 }
 

@@ -1,6 +1,8 @@
 // String arrays (kind 17) and the column layout they share with cell arrays.
 #include "display/display_string.h"
 
+#include <cstring>
+
 #include "display/display_kinds.h"
 #include "display/display_text.h"
 #include "value/zo_obj.h"
@@ -12,15 +14,30 @@ namespace {
 
 // Texts shown as they are.
 struct plain_texts {
-  long length(const std::string& t) const { return static_cast<long>(t.size()); }
-  void append(std::string& line, const std::string& t) const { line += t; }
+  struct item {
+    const char* text;
+    long length;
+  };
+  item look(const std::string& t) const { return {t.data(), static_cast<long>(t.size())}; }
+  void put(char* dst, const item& it) const { std::memcpy(dst, it.text, static_cast<size_t>(it.length)); }
 };
 
 // The elements of a string array in their visible form (escape_str).
 struct escaped_texts {
-  long length(const std::string& t) const { return escaped_length(t.data(), static_cast<long>(t.size())); }
-  void append(std::string& line, const std::string& t) const {
-    append_escaped(line, t.data(), static_cast<long>(t.size()));
+  struct item {
+    const char* text;
+    long size;    // bytes of the element
+    long length;  // characters of its visible form
+  };
+  item look(const std::string& t) const {
+    const long n = static_cast<long>(t.size());
+    return {t.data(), n, escaped_length(t.data(), n)};
+  }
+  void put(char* dst, const item& it) const {
+    if (it.size == it.length)
+      std::memcpy(dst, it.text, static_cast<size_t>(it.size));
+    else
+      write_escaped(dst, it.text, it.size);
   }
 };
 

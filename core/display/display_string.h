@@ -10,9 +10,10 @@
 //
 // The string and cell renderers use the same layout through
 // layout_text_columns without building a matrix of texts: a text source
-// gives the length of an element's text and appends it to a line.  Column
+// gives the length of an element's text and writes it into a line.  Column
 // widths are measured one column at a time and each page is written as soon
 // as it is known, so a sink that stops (obj2str's cap) stops the work too.
+// Every row of a page is one insertion.
 //
 //   matrix<std::string> t(1, 2);
 //   t(0) = "ab";
@@ -22,6 +23,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -38,19 +40,30 @@ template <class S>
 void obj2str_impl_from_string_mat(S& s, const matrix<std::string>& texts, long width, char open, char close,
                                   int flag);
 
-// The layout of obj2str_impl_from_string_mat over the elements of m, each
-// shown as src.length(e) characters that src.append(line, e) appends.
-// REQUIRES: src.append appends exactly src.length(e) characters.
+// The layout of obj2str_impl_from_string_mat over the elements of m.  The
+// text source looks at an element once (src.look(e) gives an item whose
+// `length` is the number of characters of the element's text) and writes
+// the item's text (src.put(dst, item) writes exactly `length` characters).
+// The items of the columns being paged are kept from measuring to writing
+// when they are not too many, so that each element is looked at once.
 template <class S, class E, class Source>
 void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char close, Source& src) {
+  using item = typename Source::item;
   if (m.is_empty()) return;
   const long brackets = (open != 0 ? 2 : 1) - (close == 0 ? 1 : 0);
   const std::vector<long>& dims = m.dim_vec();
   const long rows = dims[0], cols = dims[1], slices = slice_count(dims);
   const long rs = m.stride(0), cs = m.stride(1);
+  // A page holds at most width / 5 + 1 columns (each costs at least five
+  // characters), and the next page's first column is measured before a page
+  // is written.
+  const long page_cols = std::max(1L, std::min(cols, width / 5 + 2));
+  const bool keep_items = rows <= (1L << 16) / page_cols;
+  std::vector<item> items;  // column by column from `start`, `rows` each
   std::vector<long> index(dims.size() - 2, 0);
   std::vector<long> col_width;
   std::string line;
+  chunked_writer<S> out(s);
   // Writes the rows of the page of columns first..last (widths in col_width,
   // indexed from first); `several` adds the page header.
   auto write_page = [&](const E* base, long first, long last, bool several) {
@@ -59,21 +72,38 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
       s << column_page_header(first + 1, last + 1, false);
       loose_newline(s);
     }
+    long row_len = 1;
+    for (long w : col_width) row_len = sat_add(row_len, sat_add(w, 4 + brackets));
     for (long i = 0; i < rows && !s.stopped(); ++i) {
-      line.clear();
-      for (long j = first; j <= last; ++j) {
-        const E& e = base[i * rs + j * cs];
-        const size_t before = line.size();
-        line.append(4, ' ');
-        if (open != 0) line += open;
-        src.append(line, e);
-        const size_t used = line.size() - before - 4 - (open != 0 ? 1 : 0);
-        line.append(static_cast<size_t>(col_width[static_cast<size_t>(j - first)]) - used, ' ');
-        if (close != 0) line += close;
+      // A row is one insertion: short rows are made in the writer's room,
+      // long ones in a string of their own.
+      const bool short_row = row_len <= static_cast<long>(chunked_writer<S>::max_piece);
+      if (!short_row) {
+        out.flush();
+        line.resize(static_cast<size_t>(row_len));
       }
-      line += '\n';
-      s << line;
+      char* const row = short_row ? out.room() : &line[0];
+      char* p = row;
+      for (long j = first; j <= last; ++j) {
+        const item it = keep_items ? items[static_cast<size_t>((j - first) * rows + i)]
+                                   : src.look(base[i * rs + j * cs]);
+        std::memset(p, ' ', 4);
+        p += 4;
+        if (open != 0) *p++ = open;
+        src.put(p, it);
+        p += it.length;
+        const long fill = col_width[static_cast<size_t>(j - first)] - it.length;
+        std::memset(p, ' ', static_cast<size_t>(fill));
+        p += fill;
+        if (close != 0) *p++ = close;
+      }
+      *p++ = '\n';
+      if (short_row)
+        out.commit(static_cast<size_t>(p - row));
+      else
+        s << line;
     }
+    out.flush();
   };
   for (long p = 0; p < slices; ++p, next_slice(index, dims)) {
     if (s.stopped()) return;
@@ -88,10 +118,15 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
     long line_width = 0, start = 0;
     bool several_pages = false;
     col_width.clear();
+    items.clear();
     for (long j = 0; j < cols; ++j) {
       if (s.stopped()) return;
       long w = 0;
-      for (long i = 0; i < rows; ++i) w = std::max(w, src.length(base[i * rs + j * cs]));
+      for (long i = 0; i < rows; ++i) {
+        const item it = src.look(base[i * rs + j * cs]);
+        w = std::max(w, it.length);
+        if (keep_items) items.push_back(it);
+      }
       const long candidate = sat_add(sat_add(line_width, w), 4 + brackets);
       if (candidate <= width) {
         line_width = candidate;
@@ -99,6 +134,7 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
       } else if (line_width != 0) {
         several_pages = true;
         write_page(base, start, j - 1, true);
+        if (keep_items) items.erase(items.begin(), items.begin() + (j - start) * rows);
         start = j;
         col_width.assign(1, w);
         line_width = sat_add(brackets + 4, w);
@@ -108,6 +144,7 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
         several_pages = several_pages || cols > 1;
         write_page(base, j, j, several_pages);
         col_width.clear();
+        items.clear();
         start = j + 1;
       }
     }

@@ -23,6 +23,22 @@ void append_escaped(std::string& out, const char* p, long n) {
   }
 }
 
+char* write_escaped(char* dst, const char* p, long n) {
+  static const char letters[] = "abtnvfr";  // codes 7..13
+  for (long k = 0; k < n; ++k) {
+    const unsigned char c = static_cast<unsigned char>(p[k]);
+    if (c == 0) {
+      *dst++ = ' ';
+    } else if (c >= 7 && c <= 13) {
+      *dst++ = '\\';
+      *dst++ = letters[c - 7];
+    } else {
+      *dst++ = static_cast<char>(c);
+    }
+  }
+  return dst;
+}
+
 long escaped_length(const char* p, long n) {
   long len = n;
   for (long k = 0; k < n; ++k) len += static_cast<unsigned char>(p[k]) - 7u <= 6u;

@@ -22,6 +22,8 @@ std::string escape_str(const std::string& s);
 
 // Appends the visible form of the n bytes at p to out.
 void append_escaped(std::string& out, const char* p, long n);
+// Writes that visible form at dst; returns its end.
+char* write_escaped(char* dst, const char* p, long n);
 // The length of that visible form.
 long escaped_length(const char* p, long n);
 

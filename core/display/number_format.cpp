@@ -9,6 +9,8 @@
 namespace zorvat {
 namespace internal {
 
+extern const char digit_pairs[201];
+
 namespace {
 
 constexpr double pow10_d[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
@@ -134,6 +136,74 @@ char* write_fixed_abs(char* p, double ax, int prec) {
   return std::to_chars(p, p + compiled_format::max_text / 2, ax, std::chars_format::fixed, prec).ptr;
 }
 
+// snprintf's "%<width>.<P>f" of x (right-aligned), or null when |x| * 10^P
+// is not below 2^52 (NaN and infinities included): the caller then takes
+// the general conversion.  P is a constant so that the scale, the divisions
+// and the digit loop are fixed at compile time.
+template <int P>
+char* fixed_field_p(char* p, double x, int width) {
+  constexpr double scale = pow10_d[P];
+  constexpr std::uint64_t unit = pow10_u[P];
+  const double ax = std::fabs(x);
+  const double hi = ax * scale;
+  if (!(hi < 4503599627370496.0)) return nullptr;
+  std::uint64_t n = static_cast<std::uint64_t>(static_cast<std::int64_t>(hi));
+  // Round half to even on the exact product ax * scale = hi + error, with
+  // |error| <= half an ulp of hi <= hi * 2^-53.  The distance of hi past the
+  // half-way point is exact; only when it is within that bound is the
+  // rounding error of the product needed to settle the direction.
+  // (Random data rounds up half of the time: the common decision is taken
+  // without a branch.)
+  const double past_half = (hi - static_cast<double>(static_cast<std::int64_t>(n))) - 0.5;
+  const double bound = hi * 0x1p-52;
+  if (__builtin_expect(std::fabs(past_half) <= bound, 0)) {
+    const double exact = past_half + product_error(ax, scale, hi);
+    n += (exact > 0 || (exact == 0 && (n & 1))) ? 1 : 0;
+  } else {
+    n += past_half > 0 ? 1 : 0;
+  }
+  const std::uint64_t whole = n / unit;
+  int whole_digits = 1;
+  while (whole_digits < 16 && whole >= pow10_u[whole_digits]) ++whole_digits;
+  const bool neg = std::signbit(x);
+  const int len = static_cast<int>(neg) + whole_digits + (P > 0 ? P + 1 : 0);
+  if (len < width) {  // width <= 100: inside the caller's buffer
+    constexpr char blanks[] = "                                ";
+    if (width - len <= 32)
+      std::memcpy(p, blanks, 32);  // a fixed size: two stores, no call
+    else
+      std::memset(p, ' ', static_cast<size_t>(width - len));
+    p += width - len;
+  }
+  char* const end = p + len;
+  char* q = end;
+  if constexpr (P > 0) {
+    std::uint64_t frac = n - whole * unit;
+    for (int k = P; k >= 2; k -= 2) {
+      q -= 2;
+      std::memcpy(q, digit_pairs + 2 * (frac % 100), 2);
+      frac /= 100;
+    }
+    if constexpr (P % 2 == 1) *--q = static_cast<char>('0' + frac);
+    *--q = '.';
+  }
+  std::uint64_t w = whole;
+  while (w >= 10) {
+    q -= 2;
+    std::memcpy(q, digit_pairs + 2 * (w % 100), 2);
+    w /= 100;
+  }
+  if (q > p + static_cast<int>(neg)) *--q = static_cast<char>('0' + w);
+  if (neg) *p = '-';
+  return end;
+}
+
+constexpr compiled_format::fixed_writer fixed_field[] = {
+    fixed_field_p<0>,  fixed_field_p<1>,  fixed_field_p<2>,  fixed_field_p<3>,
+    fixed_field_p<4>,  fixed_field_p<5>,  fixed_field_p<6>,  fixed_field_p<7>,
+    fixed_field_p<8>,  fixed_field_p<9>,  fixed_field_p<10>, fixed_field_p<11>,
+    fixed_field_p<12>, fixed_field_p<13>, fixed_field_p<14>, fixed_field_p<15>};
+
 // Right-aligns [start, end) in `width` (left-aligns with `left`), returns the end.
 inline char* pad_field(char* start, char* end, int width, bool left) {
   const long len = end - start;
@@ -169,6 +239,11 @@ char* format_floating_at(char* p, double x, char conv, int width, int prec, bool
 }
 
 }  // namespace
+
+const char digit_pairs[201] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
 
 size_t format_floating(char* buf, double x, char conv, int width, int prec, bool zero_pad) {
   if (zero_pad || prec < 0 || prec > 30 || width > 100 || (conv != 'f' && conv != 'e')) {
@@ -258,6 +333,16 @@ compiled_format::compiled_format(const char* fmt) : fmt_(fmt) {
   char_ok_ = accepts("c");
   star_int_ok_ = accepts("*i");
   int_ok_ = accepts("i");
+  const piece_rec& first = pieces_[0];
+  if (real_ok_ && first.conv == 'f' && !first.star && first.prec >= 0 && first.prec <= max_fast_prec &&
+      first.lit_len <= fixed_lit_max && pieces_[1].lit_len <= fixed_lit_max) {
+    fixed_ = fixed_field[first.prec];
+    fixed_width_ = first.width;
+    head_len_ = first.lit_len;
+    tail_len_ = pieces_[1].lit_len;
+    std::memcpy(head_, first.lit, static_cast<size_t>(head_len_));
+    std::memcpy(tail_, pieces_[1].lit, static_cast<size_t>(tail_len_));
+  }
 }
 
 bool compiled_format::accepts(const char* convs) const {
@@ -281,6 +366,12 @@ size_t compiled_format::run(char* buf, const arg* args) const {
       }
     }
     const arg& a = *args++;
+    if (pc.conv == 'f' && !left && pc.prec >= 0 && pc.prec <= max_fast_prec) {
+      if (char* end = fixed_field[pc.prec](p, a.d, width)) {
+        p = end;
+        continue;
+      }
+    }
     if (pc.conv == 'f' || pc.conv == 'e') {
       p = format_floating_at(p, a.d, pc.conv, width, pc.prec < 0 ? 6 : pc.prec, left);
       continue;
@@ -324,7 +415,7 @@ namespace {
 size_t measured(int n) { return n < 0 ? 0 : static_cast<size_t>(n); }
 }  // namespace
 
-size_t compiled_format::real(char* buf, double x) const {
+size_t compiled_format::real_general(char* buf, double x) const {
   if (!real_ok_) return measured(std::snprintf(buf, max_text, fmt_, x));
   arg a[1];
   a[0].d = x;

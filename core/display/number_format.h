@@ -18,6 +18,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 
 namespace zorvat {
@@ -39,7 +40,20 @@ class compiled_format {
   // max_text bytes) and returns its length, as snprintf(buf, max_text, fmt,
   // args...) would.
   // One floating argument ("%9.4f").
-  size_t real(char* buf, double x) const;
+  size_t real(char* buf, double x) const {
+    if (fixed_ != nullptr) {
+      // One fixed-point conversion between two short literals: the common
+      // case, inline.  The literals are copied at their full fixed size.
+      std::memcpy(buf, head_, fixed_lit_max);
+      if (char* p = fixed_(buf + head_len_, x, fixed_width_)) {
+        std::memcpy(p, tail_, fixed_lit_max);
+        p += tail_len_;
+        *p = '\0';
+        return static_cast<size_t>(p - buf);
+      }
+    }
+    return real_general(buf, x);
+  }
   // Real part, sign character, imaginary magnitude ("%8.4f %c%7.4fi").
   size_t complex(char* buf, double re, int sign, double im) const;
   // One character argument ("%c").
@@ -52,12 +66,17 @@ class compiled_format {
   // A plain integer ("%4d").
   size_t integer(char* buf, long v) const;
 
+  // Writes a fixed-point field of known precision, or returns null when the
+  // general conversion must take the value (see number_format.cpp).
+  using fixed_writer = char* (*)(char* p, double x, int width);
+
  private:
   union arg {
     double d;
     long i;
   };
   size_t run(char* buf, const arg* args) const;
+  size_t real_general(char* buf, double x) const;
   // True when the fast path serves arguments of the signature `convs`.
   bool accepts(const char* convs) const;
 
@@ -78,7 +97,16 @@ class compiled_format {
   // Which argument signatures the fast path serves (see accepts()).
   bool real_ok_ = false, complex_ok_ = false, char_ok_ = false, star_int_ok_ = false, int_ok_ = false;
   bool fast_ = false;
+  // Set for the texts "<literal>%<width>.<prec>f<literal>" with prec <= 15
+  // and literals of at most fixed_lit_max characters, held here.
+  static constexpr int fixed_lit_max = 16;
+  fixed_writer fixed_ = nullptr;
+  int fixed_width_ = 0, head_len_ = 0, tail_len_ = 0;
+  char head_[fixed_lit_max] = {}, tail_[fixed_lit_max] = {};
 };
+
+// The two-digit texts "00" to "99", for writing decimals two digits a step.
+extern const char digit_pairs[201];
 
 // Writes snprintf's text of x under "%<width>.<prec>f" (conv 'f') or
 // "%<width>.<prec>e" (conv 'e') into buf and returns its length.  prec <= 30.

@@ -35,6 +35,53 @@ TEST(FixedLengthStream, CutsBetweenInsertionsAndIgnoresTheRest) {
   EXPECT_EQ(s.str(), "1234512345x\n\n  ...\n");
 }
 
+// Renderers join insertions into larger writes; the cap must still cut
+// right after the insertion that passes it.  The model: the uncapped text
+// and the ends of its insertions (each element and line end for dense rows,
+// each line for sparse entries and for string and cell rows).
+class CapCut : public display_format_guard {};
+
+TEST_F(CapCut, CutsAfterTheInsertionThatPassesTheLimit) {
+  set_format(0, false);
+  std::mt19937_64 rng(3);
+  std::uniform_real_distribution<double> u(0.01, 0.99);
+  auto* d = new matrix<double>(3, 4);
+  for (long k = 0; k < 12; ++k) (*d)(k) = u(rng);
+  auto* c = new cell_array(2, 3);
+  for (long k = 0; k < 6; ++k) (*c)(k) = std::make_shared<zo_obj>(std::string(static_cast<size_t>(k + 1), 'a').c_str());
+  const struct {
+    zo_obj value;
+    long element_chars;  // dense: the width of every element text; 0: lines only
+  } rows[] = {
+      {zo_obj(type_double, d), 10},
+      {zo_obj(type_sparse_double, new sparse_matrix<double>({{0.5, 0, 0}, {0.25, 2, 1}, {0.125, 1, 2}}, 3, 3)), 0},
+      {zo_obj(type_cell, c), 0},
+  };
+  for (const auto& r : rows) {
+    const std::string full = internal::obj2str(r.value, 80);
+    const size_t header = full.find('\n') + 1;
+    std::vector<size_t> ends;
+    for (size_t at = header, line = header; at < full.size(); ++at) {
+      if (r.element_chars != 0 && full[at] != '\n' && (at + 1 - line) % r.element_chars == 0) ends.push_back(at + 1);
+      if (full[at] == '\n') {
+        ends.push_back(at + 1);
+        line = at + 1;
+      }
+    }
+    for (size_t limit = header; limit < full.size(); ++limit) {
+      internal::FixedLengthStream s(static_cast<long>(limit));
+      internal::obj2str_stream(s, r.value, 80);
+      size_t cut = full.size();
+      for (size_t e : ends)
+        if (e > limit) {
+          cut = e;
+          break;
+        }
+      ASSERT_EQ(s.str(), full.substr(0, cut) + "\n\n  ...\n") << "limit " << limit << " of\n" << full;
+    }
+  }
+}
+
 TEST(FixedLengthStream, NullTextSetsFailbitAndInsertsNothing) {
   internal::FixedLengthStream s(100);
   const char* none = nullptr;
@@ -306,6 +353,10 @@ TEST_F(OneLine, SummaryOfAnyValue) {
       {arr<double>({2, 2}), 0, "[2x2 double]"},
       {zo_obj(), 0, "[1x1 void]"},
       {arr<double>({1, 3}), 6, "[1x3 double]"},  // a format without a rendering
+      // Format 9 signs even for whole values: the summary has no int32 path.
+      {arr<double>({1, 3}, {1, -2, 0}), 9, "[+ - ]"},
+      {zo_obj(-3.0), 9, "-"},
+      {arr<long>({1, 2}, {-4, 5}), 9, "[-4 5]"},
   };
   for (const auto& r : rows) {
     set_format(r.format, true);

@@ -78,6 +78,13 @@ const layout_case cell_cases[] = {
      "\n  1x1 cell array\n\n    {\"" + std::string(32, '\t') + "...\"}\n"},
     {"LoosePagesHaveNoTrailingBlankLine", [] { return cell_of(1, 2, {item(std::string(30, 'a').c_str()), item(2.5)}); },
      30, 0, true, "\n  1x2 cell array\n\n  列 1\n\n    {\"aaaaaaaaaaaa...\"}\n  列 2\n\n    {[2.5000]}\n"},
+    // Format 9: a summary formats the element type as it stands (no int32
+    // copy, unlike the dense body), so whole-valued doubles show signs, zero
+    // as a blank that the trim removes; integer elements stay decimal.
+    {"SignFormatWholeDoublesShowSigns", [] { return cell_of(1, 1, {item(arr<double>({1, 3}, {1, -2, 0}))}); }, 80, 9,
+     false, "  1x1 cell array\n    {[+ - ]}\n"},
+    {"SignFormatIntegersStayDecimal", [] { return cell_of(1, 1, {item(arr<int>({1, 3}, {1, -2, 0}))}); }, 80, 9,
+     false, "  1x1 cell array\n    {[1 -2 0]}\n"},
     {"NestedContainersShowSizeAndType",
      [] { return cell_of(1, 2, {item(type_cell, new cell_array(2, 3)), item(type_struct, new structure(1, 2))}); },
      80, 0, false, "  1x2 cell array\n    {2x3 cell}    {1x2 struct}\n"},
