@@ -10,7 +10,8 @@
 //  2. bucket: copy each triplet, in list order, to its block's range of
 //             ir/pr as a key (row << s | column within the block) and its
 //             value.  Each block's range fills sequentially, so this costs
-//             about one stream per block instead of one cache miss per write;
+//             about one stream per block instead of one cache miss per write
+//             (and each write prefetches its stream's next lines);
 //             the blocks are made large enough that there are at most a few
 //             hundred streams (two arrays each), which the caches can keep
 //             open (thousands of them cost a miss per write again);
@@ -24,6 +25,10 @@
 //             first sorted by row with radix passes instead, so that the
 //             (stable) deal leaves every column sorted: a comparison sort of
 //             columns of a hundred entries costs several times as much.
+//             When a block has far fewer entries than columns, anything done
+//             per column costs more than the entries: its entries are then
+//             sorted by column with radix passes instead of being dealt, and
+//             the empty columns between are filled in runs.
 //
 // The output of a block never reaches past the block's own range, which is
 // in the buffer by then, so later blocks are never overwritten.
