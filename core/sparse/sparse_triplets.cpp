@@ -423,7 +423,7 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   // first sorted by row as a whole (radix passes between the block's own
   // range and a scratch buffer), so that dealing them to their columns, which
   // is stable, leaves every column sorted.
-  index_vector ends(static_cast<size_t>(mask) + 2, boost::container::default_init);
+  index_vector ends;  // made by the first block that deals (sparse blocks do not)
   index_vector buffer_rows(static_cast<size_t>(biggest), boost::container::default_init);
   value_vector buffer_values(static_cast<size_t>(biggest), boost::container::default_init);
   long* rows = buffer_rows.data();
@@ -455,6 +455,7 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
                                  jce + first, width, kept);
       continue;
     }
+    if (ends.empty()) ends.resize(static_cast<size_t>(mask) + 2, boost::container::default_init);
     std::fill_n(ends.data(), width + 1, 0L);
     for (long k = 0; k < hi - lo; ++k) ++ends[(keys[k] & mask) + 1];
     for (long c = 0; c < width; ++c) ends[c + 1] += ends[c];
