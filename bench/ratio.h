@@ -2,8 +2,8 @@
 //
 // A benchmark program registers pairs (subject, baseline) with
 // ZORVAT_BENCH_RATIO; after the run the main prints, for each pair measured,
-// "ratio <subject> / <baseline> = x" from the time per iteration, so a
-// target is read off one run on one machine.
+// "ratio <subject> / <baseline> = x" from the time per iteration (the
+// median when repeated), so a target is read off one run on one machine.
 //
 //   ZORVAT_BENCH_RATIO("BM_Copy", "BM_MallocMemcpy");
 //   ZORVAT_BENCH_MAIN();
@@ -34,14 +34,17 @@ struct ratio_registrar {
 // time per iteration by name.
 class ratio_reporter : public benchmark::ConsoleReporter {
  public:
+  // With --benchmark_repetitions the median of the repetitions stands for
+  // the benchmark (it arrives after them and replaces the last one's time).
   void ReportRuns(const std::vector<Run>& runs) override {
-    for (const auto& r : runs)
+    for (const auto& r : runs) {
+      const std::string name = r.run_name.str();
       // CPU time unless the benchmark asked for real time: other processes
       // on a shared machine then disturb the ratio less.
-      if (r.run_type == Run::RT_Iteration)
-        times_[r.benchmark_name()] = r.benchmark_name().find("/real_time") != std::string::npos
-                                         ? r.GetAdjustedRealTime()
-                                         : r.GetAdjustedCPUTime();
+      const double t = name.find("/real_time") != std::string::npos ? r.GetAdjustedRealTime()
+                                                                      : r.GetAdjustedCPUTime();
+      if (r.run_type == Run::RT_Iteration || r.aggregate_name == "median") times_[name] = t;
+    }
     ConsoleReporter::ReportRuns(runs);
   }
   void print_ratios() const {

@@ -10,7 +10,8 @@
 //  2. bucket: copy each triplet, in list order, to its block's range of
 //             ir/pr as a key (row << s | column within the block) and its
 //             value.  Each block's range fills sequentially, so this costs
-//             about one stream per block instead of one cache miss per write;
+//             about one stream per block instead of one cache miss per write
+//             (and each write prefetches its stream's next lines);
 //             the blocks are made large enough that there are at most a few
 //             hundred streams (two arrays each), which the caches can keep
 //             open (thousands of them cost a miss per write again);
@@ -24,6 +25,10 @@
 //             first sorted by row with radix passes instead, so that the
 //             (stable) deal leaves every column sorted: a comparison sort of
 //             columns of a hundred entries costs several times as much.
+//             When a block has far fewer entries than columns, anything done
+//             per column costs more than the entries: its entries are then
+//             sorted by column with radix passes instead of being dealt, and
+//             the empty columns between are filled in runs.
 //
 // The output of a block never reaches past the block's own range, which is
 // in the buffer by then, so later blocks are never overwritten.
@@ -237,6 +242,76 @@ long merge_column(const long* from_ir, const T* from_pr, long len, long* ir, T* 
   return kept;
 }
 
+// Blocks with at most one entry for this many columns are finished by
+// finish_sparse_block.
+constexpr long sparse_block_density = 4;
+
+// Entries ahead of the one written for which pass 2 prefetches.
+constexpr long prefetch_ahead = 16;
+
+template <class U>
+void prefetch_for_writing(const U* p, long ahead) {
+  __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(p) + ahead * sizeof(U)), 1);
+}
+
+// Pass 3 for a block of at most one entry per column on average, where any
+// work per column would cost more than the entries: the block's entries
+// (keys row << s | column within the block, and values) are sorted by
+// column with radix passes of at most 8 bits, which keeps list order within
+// a column, through the buffer rows/values (at least count long).  Each
+// column met is then sorted by row and merged to ir/pr at kept, and the
+// empty columns between are filled in runs.  jc and jce point at the block's
+// first column.  Reads stay ahead of the writes at kept as in the other
+// ways, so the block's own range may hold the sorted entries.
+template <class T>
+long finish_sparse_block(long* keys, T* vals, long count, int s, long* rows, T* values, column_sorter<T>& sorter,
+                         long* ir, T* pr, long* jc, long* jce, long width, long kept) {
+  const long mask = (long{1} << s) - 1;
+  const int passes = (s + 7) / 8;
+  const int bits = passes == 0 ? 0 : (s + passes - 1) / passes;
+  const long digit_mask = (long{1} << bits) - 1;
+  long counts[(1 << 8) + 1];
+  for (int p = 0; p < passes; ++p) {
+    const int shift = p * bits;
+    std::fill_n(counts, digit_mask + 2, 0L);
+    for (long k = 0; k < count; ++k) ++counts[(((keys[k] & mask) >> shift) & digit_mask) + 1];
+    for (long d = 0; d < digit_mask; ++d) counts[d + 1] += counts[d];
+    for (long k = 0; k < count; ++k) {
+      const long q = counts[((keys[k] & mask) >> shift) & digit_mask]++;
+      rows[q] = keys[k];
+      values[q] = vals[k];
+    }
+    std::swap(keys, rows);
+    std::swap(vals, values);
+  }
+  long c = 0;
+  for (long k = 0; k < count;) {
+    const long col = keys[k] & mask;
+    long end = k + 1;
+    while (end < count && (keys[end] & mask) == col) ++end;
+    std::fill(jc + c, jc + col, kept);
+    std::fill(jce + c, jce + col, kept);
+    jc[col] = kept;
+    if (end - k == 1) {
+      if (!sparse_element<T>::is_zero(vals[k])) {
+        ir[kept] = keys[k] >> s;
+        pr[kept] = vals[k];
+        ++kept;
+      }
+    } else {
+      for (long q = k; q < end; ++q) keys[q] >>= s;
+      sorter.sort(keys + k, vals + k, end - k);
+      kept = merge_column(keys + k, vals + k, end - k, ir, pr, kept);
+    }
+    jce[col] = kept;
+    c = col + 1;
+    k = end;
+  }
+  std::fill(jc + c, jc + width, kept);
+  std::fill(jce + c, jce + width, kept);
+  return kept;
+}
+
 }  // namespace
 
 template <class T>
@@ -332,8 +407,13 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
     starts[b + 1] += starts[b];
   }
   index_vector next(starts.begin(), starts.begin() + nblocks);
+  // Each write also asks for the line two ahead in its block's range: a
+  // stream whose next line is already on its way costs no stall when it
+  // crosses into it (a prefetch never faults, even past the end).
   for (const triplet<T>& t : triplets) {
     const long k = next[t.col >> s]++;
+    prefetch_for_writing(ir + k, prefetch_ahead);
+    prefetch_for_writing(pr + k, prefetch_ahead);
     ir[k] = (t.row << s) | (t.col & mask);
     pr[k] = t.value;
   }
@@ -343,7 +423,7 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   // first sorted by row as a whole (radix passes between the block's own
   // range and a scratch buffer), so that dealing them to their columns, which
   // is stable, leaves every column sorted.
-  index_vector ends(static_cast<size_t>(mask) + 2, boost::container::default_init);
+  index_vector ends;  // made by the first block that deals (sparse blocks do not)
   index_vector buffer_rows(static_cast<size_t>(biggest), boost::container::default_init);
   value_vector buffer_values(static_cast<size_t>(biggest), boost::container::default_init);
   long* rows = buffer_rows.data();
@@ -370,6 +450,12 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
       }
       radix.sort(ir + lo, pr + lo, scratch_rows.data(), scratch_values.data(), hi - lo, keys, vals);
     }
+    if (!by_row && (hi - lo) * sparse_block_density <= width) {
+      kept = finish_sparse_block(ir + lo, pr + lo, hi - lo, s, rows, values, sorter, ir, pr, jc + first,
+                                 jce + first, width, kept);
+      continue;
+    }
+    if (ends.empty()) ends.resize(static_cast<size_t>(mask) + 2, boost::container::default_init);
     std::fill_n(ends.data(), width + 1, 0L);
     for (long k = 0; k < hi - lo; ++k) ++ends[(keys[k] & mask) + 1];
     for (long c = 0; c < width; ++c) ends[c + 1] += ends[c];
@@ -378,17 +464,31 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
       rows[p] = keys[k] >> s;
       values[p] = vals[k];
     }
+    // Columns of at most one entry are the most common and the least
+    // predictable: they are copied without a branch on the length (an empty
+    // column copies the next entry and keeps nothing; the block's range is
+    // free by now and kept stays below the next unread place, so this
+    // writes inside it).  Two unequal non-zero rows are ordered in place.
     long from = 0;
+    const long count = hi - lo;
     for (long c = 0; c < width; ++c) {
       const long len = ends[c] - from;
       jc[first + c] = kept;
-      if (len == 1) {
-        if (!sparse_element<T>::is_zero(values[from])) {
+      if (len <= 1) {
+        if (from < count) {
           ir[kept] = rows[from];
           pr[kept] = values[from];
-          ++kept;
+          kept += len & static_cast<long>(!sparse_element<T>::is_zero(values[from]));
         }
-      } else if (len > 1) {
+      } else if (len == 2 && !by_row && rows[from] != rows[from + 1] &&
+                 !sparse_element<T>::is_zero(values[from]) && !sparse_element<T>::is_zero(values[from + 1])) {
+        const long low = rows[from + 1] < rows[from];
+        ir[kept] = rows[from + low];
+        pr[kept] = values[from + low];
+        ir[kept + 1] = rows[from + 1 - low];
+        pr[kept + 1] = values[from + 1 - low];
+        kept += 2;
+      } else {
         if (by_row) {
           kept = merge_column(rows + from, values + from, len, ir, pr, kept);
         } else if (short_keys && len <= short_column_keys::max_len) {

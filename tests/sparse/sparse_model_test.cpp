@@ -176,6 +176,7 @@ TYPED_TEST(SparseModel, LargeTripletListsFollowTheCoordinateRule) {
       {30000, 40, 600, 40, 600},       // about 50 per column
       {30000, 1000, 1500, 1000, 1500}, // about 20 per column
       {5000, 100, 1000, 100, 200000},  // mostly empty columns
+      {1000, 4, 3000, 4, 100000},      // sparse blocks, some columns repeat rows
   };
   std::mt19937 g(5);
   for (const auto& c : cases) {
@@ -187,6 +188,12 @@ TYPED_TEST(SparseModel, LargeTripletListsFollowTheCoordinateRule) {
     SCOPED_TRACE(c.col_range);
     ASSERT_NO_FATAL_FAILURE(expect_placed_then_compressed(list, s));
   }
+  // Narrow blocks (many entries per column) next to nearly empty ones.
+  std::uniform_int_distribution<long> row(0, 99), dense_col(0, 511), rare_col(512, 999);
+  std::vector<triplet<T>> list(20040);
+  for (size_t k = 0; k < list.size(); ++k)
+    list[k] = {random_value<T>(g), k % 500 == 0 ? rare_col(g) : dense_col(g), k % 500 == 0 ? row(g) % 4 : row(g)};
+  ASSERT_NO_FATAL_FAILURE(expect_placed_then_compressed(list, sparse_matrix<T>(list, 100, 1000)));
 }
 
 // Short columns sort on 32-bit keys (row, position) while every row is below
