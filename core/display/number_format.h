@@ -80,9 +80,5 @@ class compiled_format {
   bool fast_ = false;
 };
 
-// Writes snprintf's text of x under "%<width>.<prec>f" (conv 'f') or
-// "%<width>.<prec>e" (conv 'e') into buf and returns its length.  prec <= 30.
-size_t format_floating(char* buf, double x, char conv, int width, int prec, bool zero_pad);
-
 }  // namespace internal
 }  // namespace zorvat
