@@ -93,6 +93,21 @@ TYPED_TEST(MatrixTyped, ClearResetsEveryElementAndKeepsTheShape) {
   for (long i = 0; i < 8; ++i) EXPECT_TRUE(m[i] == TypeParam{});
 }
 
+TYPED_TEST(MatrixTyped, ReallocateGivesAFreshBlockAndLeavesTheOldOneToItsSharers) {
+  matrix<TypeParam> m(2, 2);
+  fill_distinct(m);
+  const auto old = m.block();
+  m.reallocate(3, false);
+  ASSERT_TRUE(m.block());
+  EXPECT_NE(m.block(), old);
+  EXPECT_EQ(m.size_max(), 0);  // destroy() cleared it and allocate() does not set it
+  for (long i = 0; i < 3; ++i) EXPECT_TRUE(m[i] == TypeParam{});
+  EXPECT_TRUE(old->data[3] == sample<TypeParam>(3));
+  m.destroy();
+  EXPECT_FALSE(m.block());
+  EXPECT_EQ(m.data(), nullptr);
+}
+
 TYPED_TEST(MatrixTyped, CopyOfAViewKeepsItsGeometryOnAPrivateCopyOfTheWholeBlock) {
   matrix<TypeParam> a(4, 4);
   fill_distinct(a);
