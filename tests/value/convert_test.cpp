@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "value/cell_array.h"
+#include "value/kind_table.h"
 #include "value/structure.h"
 #include "value_test_util.h"
 
@@ -234,6 +235,26 @@ const conv_case<ints> as_int_mat_cases[] = {
     {"void", [] { return zo_obj(); }, false, {}},
 };
 INSTANTIATE_TEST_SUITE_P(Kinds, AsIntMat, ::testing::ValuesIn(as_int_mat_cases), case_name<ints>);
+
+// Only a scalar converts: an array of two elements or of none, of any element
+// type, is refused by every scalar conversion with its message.
+template <class T>
+class ScalarOnly : public ::testing::Test {};
+using dense_element_types =
+    ::testing::Types<double, float, std::complex<double>, std::complex<float>, signed char, short, int, long,
+                     unsigned char, unsigned short, unsigned int, unsigned long, char, bool, std::string, zo_hdl_t>;
+TYPED_TEST_SUITE(ScalarOnly, dense_element_types);
+TYPED_TEST(ScalarOnly, ArraysOfTwoOrNoElementsAreRefused) {
+  for (long n : {2L, 0L}) {
+    const auto make = [n] { return zo_obj(internal::dense_kind_of<TypeParam>(), new matrix<TypeParam>(1, n)); };
+    check_conversion(conv_case<long>{"", make, false, 0}, [](const zo_obj& v) { return v.as_int(); },
+                     "该 zo_obj 对象不是合法的整数类型");
+    check_conversion(conv_case<double>{"", make, false, 0}, [](const zo_obj& v) { return v.as_double(); },
+                     "该 zo_obj 对象不能转化为双精度标量。");
+    check_conversion(conv_case<bool>{"", make, false, false}, [](const zo_obj& v) { return v.as_bool(); },
+                     "该 zo_obj 对象不能转化为 bool 标量。");
+  }
+}
 
 // ---- predicates -------------------------------------------------------------
 
