@@ -341,6 +341,10 @@ TEST_F(OneLine, SummaryOfAnyValue) {
       {zo_obj("hello"), 0, "\"hello\""},
       {zo_obj("abc", type_char), 0, "'abc'"},
       {zo_obj("", type_char), 0, "''"},
+      // The first row of a 2x3 char array: a view with a column stride of 2.
+      {zo_obj(type_char,
+              new matrix<char>(arr<char>({2, 3}, {'a', 'b', 'c', 'd', 'e', 'f'}).get<matrix<char>>().view(1, 3, 0, 2))),
+       0, "'ace'"},
       {arr<char>({2, 3}), 0, "[2x3 char]"},
       {arr<double>({2, 2}), 0, "[2x2 double]"},
       {zo_obj(), 0, "[1x1 void]"},
