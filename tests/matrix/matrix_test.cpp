@@ -4,6 +4,7 @@
 // against index arithmetic by fuzz/dense_views.cpp.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <complex>
 #include <new>
@@ -219,6 +220,16 @@ TEST(MatrixAccess, AtSkipsTheRowStrideButOperatorCallUsesIt) {
   EXPECT_EQ(v(1, 1), 6);
   EXPECT_EQ(v.at(1, 1), 5);
   EXPECT_EQ(v(3), 6);  // linear index over the first two dims
+  // The read-only forms address the same elements.
+  const matrix<int>& c = v;
+  EXPECT_EQ(&c(1, 1), &v(1, 1));
+  EXPECT_EQ(&c.at(1, 1), &v.at(1, 1));
+  EXPECT_EQ(&c(3), &v(3));
+  EXPECT_EQ(c.inner_stride(), 2);
+  EXPECT_EQ(c.outer_stride(), 4);
+  EXPECT_EQ(c.storage(), nullptr);  // dense: no sparse storage
+  EXPECT_EQ(c.cbegin().operator->(), &v(0, 0));
+  EXPECT_TRUE(std::equal(c.cbegin(), c.cend(), std::vector<int>{0, 2, 4, 6}.begin()));
 }
 
 TEST(MatrixAccess, CommaInitialisationFillsRawPositions) {
@@ -226,6 +237,9 @@ TEST(MatrixAccess, CommaInitialisationFillsRawPositions) {
   m << 1, 2, 3, 4, 5, 6, 7, 8;
   EXPECT_EQ(m(1, 0, 1), 6);
   EXPECT_EQ(m.at(0, 1, 1), 7);
+  const matrix<double>& c = m;
+  EXPECT_EQ(&c(1, 0, 1), &m(1, 0, 1));
+  EXPECT_EQ(&c.at(0, 1, 1), &m.at(0, 1, 1));
 }
 
 TEST(MatrixView, RefusesNonContiguousArraysAndBadShapes) {
