@@ -349,6 +349,7 @@ TEST_F(OneLine, SummaryOfAnyValue) {
       {arr<double>({2, 2}), 0, "[2x2 double]"},
       {zo_obj(), 0, "[1x1 void]"},
       {arr<double>({1, 3}), 6, "[1x3 double]"},  // a format without a rendering
+      {arr<double>({1, 3}, {1.5, -2, 0}), 9, "[+ - ]"},  // sign format: a sign each, zero a trimmed blank
   };
   for (const auto& r : rows) {
     set_format(r.format, true);
