@@ -318,6 +318,18 @@ TEST(ZexDirect, EveryFailureResultIsTheDocumentedOne) {
   EXPECT_EQ(zxGetString(s, nullptr, 0), 6);
   zxDestroyArray(s);
   zxDestroyArray(nullptr);
+  // Complex single values enter a sparse matrix as they are; no name is no field.
+  const long row[] = {1}, col[] = {0};
+  const zxComplexSingle z[] = {{1.5f, -2.0f}};
+  __zxArray* sp = zxCreateSparse(2, 2, 1, row, col, z, zxKindSparseComplexSingle);
+  const auto* stored = static_cast<const zxComplexSingle*>(zxGetSparseValues(sp));
+  EXPECT_EQ(zxGetIr(sp)[0], 1);
+  EXPECT_EQ(stored[0].re, 1.5f);
+  EXPECT_EQ(stored[0].im, -2.0f);
+  __zxArray* st = zxCreateStructMatrix(1, 1, 0, nullptr);
+  EXPECT_EQ(zxGetFieldNumber(st, nullptr), -1);
+  zxDestroyArray(sp);
+  zxDestroyArray(st);
   EXPECT_EQ(zxLastError(), nullptr);
 }
 
