@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "value/extern_obj_base.h"
@@ -15,21 +16,26 @@ namespace zorvat {
 namespace internal {
 namespace {
 
-// Every library open at the moment, loaded or already unloaded but still in
-// use.  Rarely more than a handful.  Never destroyed: libraries may close
-// while the process's statics are being destroyed.
-std::vector<plugin_library*>& open_libraries() {
-  static auto* libs = new std::vector<plugin_library*>;
+using library_list = std::vector<plugin_library*>;
+
+// A list that is never destroyed (libraries may close while the process's
+// statics are being destroyed) and is made without allocating: the running
+// guard's destructor reaches it first even when memory is exhausted.
+template <int Which>
+library_list& lasting_list() {
+  alignas(library_list) static unsigned char place[sizeof(library_list)];
+  static library_list* libs = ::new (place) library_list();
   return *libs;
 }
+
+// Every library open at the moment, loaded or already unloaded but still in
+// use.  Rarely more than a handful.
+library_list& open_libraries() { return lasting_list<0>(); }
 
 // Calls into plugin code in progress, and the libraries whose last owner went
 // meanwhile (closed when the outermost call ends).
 int running_calls = 0;
-std::vector<plugin_library*>& closing_later() {
-  static auto* libs = new std::vector<plugin_library*>;
-  return *libs;
-}
+library_list& closing_later() { return lasting_list<1>(); }
 
 // The last owner's release: close now, or after the plugin code that runs.
 void release_library(plugin_library* lib) {

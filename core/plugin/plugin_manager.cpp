@@ -157,34 +157,40 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
     throw;
   }
 
-  {
-    // The entry points may register, load or unload (themselves too): the
-    // record is not held across them, and the code stays mapped until they
-    // return.
-    current_plugin_scope scope(name);
-    plugin_library::running guard;
-    if (init_lib && call_entry(init_lib, zex_) != 0) {
-      error_ = tr("初始化外部库错误 - zxPluginInitLib 返回非零值");
-      remove(name);
-      return 4;
-    }
-    if (init) {
-      // The count is the full size while the array starts one element in:
-      // this pairing is part of the plugin ABI and is kept on purpose.
-      const __zxArray** array = args.empty() ? nullptr : const_cast<const __zxArray**>(args.data()) + 1;
-      if (call_entry(init, static_cast<int>(args.size()), array) != 0) {
-        error_ = tr("初始化错误 - zxPluginInit 返回非零值");
+  try {
+    {
+      // The entry points may register, load or unload (themselves too): the
+      // record is not held across them, and the code stays mapped until they
+      // return.
+      current_plugin_scope scope(name);
+      plugin_library::running guard;
+      if (init_lib && call_entry(init_lib, zex_) != 0) {
+        error_ = tr("初始化外部库错误 - zxPluginInitLib 返回非零值");
         remove(name);
-        return 5;
+        return 4;
+      }
+      if (init) {
+        // The count is the full size while the array starts one element in:
+        // this pairing is part of the plugin ABI and is kept on purpose.
+        const __zxArray** array = args.empty() ? nullptr : const_cast<const __zxArray**>(args.data()) + 1;
+        if (call_entry(init, static_cast<int>(args.size()), array) != 0) {
+          error_ = tr("初始化错误 - zxPluginInit 返回非零值");
+          remove(name);
+          return 5;
+        }
       }
     }
-  }
 
-  // A plugin that unloaded itself from its init has been loaded and is gone:
-  // its scripts are not added.
-  if (is_loaded(name)) {
-    std::string scripts = scripts_dir(root, name);
-    global::F2KQuery_fwd("addpath", &scripts);
+    // A plugin that unloaded itself from its init has been loaded and is gone:
+    // its scripts are not added.
+    if (is_loaded(name)) {
+      std::string scripts = scripts_dir(root, name);
+      global::F2KQuery_fwd("addpath", &scripts);
+    }
+  } catch (...) {
+    // Out of memory once registered: unloaded again, as when its init fails.
+    if (is_loaded(name)) remove(name);
+    throw;
   }
   error_.clear();
   return 0;

@@ -203,16 +203,16 @@ TEST(AllocSweep, HostBridge) {
   zorvat_test::fake_host::uninstall();
 }
 
-// Loading is swept up to the first registration only: an allocation failure
-// while add() records the plugin's function table lets std::bad_alloc out with
-// the functions already registered and the library still open, so the plugin
-// can never be loaded again (status 3, symbol conflict).  Until add() rolls its
-// registration back, the sweep covers the calls on a loaded plugin and the
-// failures before registration (the path and entry-point look-ups).
+// Loading, calls and unloading.  A failed load leaves no trace: no function
+// registered, the plugin not loaded (once, a failure after registration left
+// it loaded, and one in the running guard's first use ended the process).
 TEST(AllocSweep, PluginLoadingAndCalls) {
   auto& mgr = global::plugin_mgr();
   mgr.remove("tp_absent");  // the manager and its tables exist before the sweep
   report("plugin refused", sweep([&] { mgr.add("tp_absent", {}, ZORVAT_TEST_PLUGIN_ROOT); }));
+  report("plugin loading", sweep([&] {
+    if (mgr.add("tp_good", {}, ZORVAT_TEST_PLUGIN_ROOT) == 0) mgr.remove("tp_good");
+  }, [&] { return !mgr.is_loaded("tp_good") && !mgr.get_function_by_name("tp::sum"); }));
   ASSERT_EQ(mgr.add("tp_good", {}, ZORVAT_TEST_PLUGIN_ROOT), 0) << mgr.error_msg();
   report("plugin calls", sweep([&] {
     auto fn = mgr.get_function_by_name("tp::sum");
