@@ -68,7 +68,6 @@ void check_conversion(const conv_case<R>& c, Convert convert, const char* messag
 }
 
 zo_obj uint64_value(unsigned long u) { return zo_obj(u); }
-zo_obj row_of_two() { return *zo_obj::make_matrix(1, 2, {1.0, 2.0}); }
 
 // ---- as_int -----------------------------------------------------------------
 
@@ -105,7 +104,6 @@ const conv_case<long> as_int_cases[] = {
     {"complex", [] { return zo_obj(std::complex<double>(3, 0)); }, false, 0},
     {"char", [] { return zo_obj('a'); }, false, 0},
     {"string", [] { return zo_obj("1"); }, false, 0},
-    {"row_of_two", row_of_two, false, 0},
     {"empty_double", [] { return zo_obj(type_double, nullptr); }, false, 0},
     {"cell", [] { return zo_obj(type_cell, new cell_array(1, 1)); }, false, 0},
     {"void", [] { return zo_obj(); }, false, 0},
@@ -136,7 +134,6 @@ const conv_case<double> as_double_cases[] = {
     {"logical", [] { return zo_obj(true); }, false, 0},
     {"char", [] { return zo_obj('1'); }, false, 0},
     {"string", [] { return zo_obj("1"); }, false, 0},
-    {"row_of_two", row_of_two, false, 0},
     {"struct", [] { return zo_obj(type_struct, new structure()); }, false, 0},
 };
 INSTANTIATE_TEST_SUITE_P(Kinds, AsDouble, ::testing::ValuesIn(as_double_cases), case_name<double>);
@@ -160,7 +157,6 @@ const conv_case<bool> as_bool_cases[] = {
     {"logical_false", [] { return zo_obj(false); }, true, false},
     {"complex", [] { return zo_obj(std::complex<float>(1, 0)); }, false, false},
     {"char", [] { return zo_obj('a'); }, false, false},
-    {"logical_column", [] { return *zo_obj::make_matrix(2, 1, {true, false}); }, false, false},
     {"string", [] { return zo_obj("true"); }, false, false},
 };
 INSTANTIATE_TEST_SUITE_P(Kinds, AsBool, ::testing::ValuesIn(as_bool_cases), case_name<bool>);
