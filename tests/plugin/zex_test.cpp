@@ -331,6 +331,32 @@ TEST(ZexDirect, EveryFailureResultIsTheDocumentedOne) {
   zxDestroyArray(sp);
   zxDestroyArray(st);
   EXPECT_EQ(zxLastError(), nullptr);
+  // Counts and pointers that cannot be right, each with its message.
+  static const long jc[] = {0, 1};
+  const struct {
+    void (*call)();
+    const char* message;
+  } refused[] = {
+      {[] { zxCallFunction("f", -1, nullptr, 0, nullptr); }, "zxCallFunction：参数个数 -1 无效"},
+      {[] { zxCallFunction("f", 0, nullptr, -2, nullptr); }, "zxCallFunction：参数个数 -2 无效"},
+      {[] { zxCallFunction("f", 1, nullptr, 0, nullptr); }, "zxCallFunction：空指针参数"},
+      {[] { zxCallFunction("f", 0, nullptr, 1, nullptr); }, "zxCallFunction：空指针参数"},
+      {[] { zxDestroyArray(zxCreateStructMatrix(1, 1, -1, nullptr)); }, "zxCreateStructArray：字段个数 -1 无效"},
+      {[] { zxDestroyArray(zxCreateStructMatrix(1, 1, 1, nullptr)); }, "zxCreateStructArray：空指针参数"},
+      {[] { zxDestroyArray(zxCreateSparse(2, 2, -1, nullptr, nullptr, nullptr, zxKindSparseDouble)); },
+       "zxCreateSparse：尺寸 -1 为负数"},
+      {[] { zxDestroyArray(zxCreateSparse(2, 2, 1, jc, nullptr, jc, zxKindSparseDouble)); }, "zxCreateSparse：空指针参数"},
+      {[] { zxDestroyArray(zxCreateSparseFromColumns(2, 1, nullptr, jc, jc, zxKindSparseDouble)); },
+       "zxCreateSparseFromColumns：空指针参数"},
+      {[] { zxDestroyArray(zxCreateSparseFromColumns(2, 1, jc, jc, nullptr, zxKindSparseDouble)); },
+       "zxCreateSparseFromColumns：空指针参数"},
+  };
+  for (const auto& r : refused) {
+    zxClearError();
+    r.call();
+    EXPECT_STREQ(zxLastError(), r.message);
+  }
+  zxClearError();
 }
 
 }  // namespace

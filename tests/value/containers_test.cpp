@@ -241,29 +241,23 @@ TEST(Containers, CopyOnWriteEachDetachesEveryElement) {
   EXPECT_EQ(s.get_field("x")->as_double(), 1.0);
 }
 
-// Assignment does what the copy and move constructors do, and a container
-// assigned to itself is unchanged.
+// Assignment does what the copy and move constructors do (elements shared),
+// and assigning a container to itself changes nothing.
 TEST(Containers, AssignmentCopiesOrSteals) {
   cell_array a(items{dbl(1), dbl(2)}, false), b, c;
   b = a;
-  EXPECT_EQ(b.dim_vec(), a.dim_vec());
-  EXPECT_EQ(b(1), a(1));
-  const cell_array& same_cell = b;
-  b = same_cell;
-  EXPECT_EQ(b(1), a(1));
+  b = static_cast<const cell_array&>(b);
   c = std::move(b);
-  EXPECT_EQ(c(0), a(0));
-
+  EXPECT_EQ(c.dim_vec(), a.dim_vec());
+  EXPECT_EQ(c(1), a(1));
   structure s, t, u;
   s.set_field("x", dbl(1), false);
   t = s;
+  t = static_cast<const structure&>(t);
   t.set_field("y", dbl(2), false);
-  EXPECT_EQ(s.fieldnames(), std::vector<std::string>{"x"});
-  const structure& same_struct = t;
-  t = same_struct;
-  EXPECT_EQ(t.nfields(), 2);
   u = std::move(t);
   structure w(std::move(u));
+  EXPECT_EQ(s.nfields(), 1);
   EXPECT_EQ(w.fieldnames(), (std::vector<std::string>{"x", "y"}));
   EXPECT_EQ(w.get_field("x"), s.get_field("x"));
 }
