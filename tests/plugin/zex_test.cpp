@@ -328,6 +328,7 @@ TEST(ZexDirect, EveryFailureResultIsTheDocumentedOne) {
   EXPECT_EQ(stored[0].im, -2.0f);
   __zxArray* st = zxCreateStructMatrix(1, 1, 0, nullptr);
   EXPECT_EQ(zxGetFieldNumber(st, nullptr), -1);
+  EXPECT_EQ(zxGetFieldNumber(st, "absent"), -1);
   zxDestroyArray(sp);
   zxDestroyArray(st);
   EXPECT_EQ(zxLastError(), nullptr);
