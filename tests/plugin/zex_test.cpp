@@ -232,7 +232,7 @@ TEST_F(Zex, BadUsesGiveClearErrors) {
       {26, "zxResize：稀疏矩阵只有两个维度"},
       {27, "zxCreateNumericArray：尺寸过大，无法分配"},
       {28, "zxCreateSparse：种类编号 9 不能用于此处"},
-      {29, "zxCreateNumericArray：无法分配 8.0 TiB 大小的内存"},
+      {29, "zxCreateNumericArray：无法分配 8192.0 TiB 大小的内存"},
   };
   for (const auto& [k, message] : table) {
     EXPECT_EQ(error_of("zt::bad", {num(k), num(2)}), message) << "bad use " << k;

@@ -234,7 +234,7 @@ static void bad(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
     case 26: zxResize(sp, 3, (const long[]){1, 1, 2}); break;
     case 27: zxDestroyArray(zxCreateNumericArray(2, (const long[]){1L << 60, 2}, zxKindDouble)); break;
     case 28: zxDestroyArray(zxCreateSparse(2, 2, 0, NULL, NULL, NULL, zxKindDouble)); break;
-    case 29: zxDestroyArray(zxCreateNumericArray(2, (const long[]){1L << 40, 1}, zxKindDouble)); break;
+    case 29: zxDestroyArray(zxCreateNumericArray(2, (const long[]){1L << 50, 1}, zxKindDouble)); break; /* past any address space */
   }
   zxDestroyArray(st);
   zxDestroyArray(text);
