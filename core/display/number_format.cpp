@@ -245,22 +245,6 @@ const char digit_pairs[201] =
     "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
     "8081828384858687888990919293949596979899";
 
-size_t format_floating(char* buf, double x, char conv, int width, int prec, bool zero_pad) {
-  if (zero_pad || prec < 0 || prec > 30 || width > 100 || (conv != 'f' && conv != 'e')) {
-    // Outside the supported subset: let the C library decide.
-    char fmt[32];
-    std::snprintf(fmt, sizeof fmt, "%%%s*.*%c", zero_pad ? "0" : "", conv);
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    const int n = std::snprintf(buf, compiled_format::max_text, fmt, width, prec, x);
-#pragma GCC diagnostic pop
-    return n < 0 ? 0 : static_cast<size_t>(n);
-  }
-  char* end = format_floating_at(buf, x, conv, width < 0 ? -width : width, prec, width < 0);
-  *end = '\0';
-  return static_cast<size_t>(end - buf);
-}
-
 compiled_format::compiled_format(const char* fmt) : fmt_(fmt) {
   fast_ = fmt != nullptr;
   const char* p = fmt;

@@ -108,9 +108,5 @@ class compiled_format {
 // The two-digit texts "00" to "99", for writing decimals two digits a step.
 extern const char digit_pairs[201];
 
-// Writes snprintf's text of x under "%<width>.<prec>f" (conv 'f') or
-// "%<width>.<prec>e" (conv 'e') into buf and returns its length.  prec <= 30.
-size_t format_floating(char* buf, double x, char conv, int width, int prec, bool zero_pad);
-
 }  // namespace internal
 }  // namespace zorvat

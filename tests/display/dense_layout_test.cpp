@@ -124,6 +124,10 @@ const layout_case slice_cases[] = {
      "(:,:,3) = \n\n    9   11\n   10   12\n\n"},
     {"FourDimensionsCompact", [] { return arr<short>({1, 1, 2, 2}, {1, 2, 3, 4}); }, 80, 0, false,
      "  1x1x2x2 int16\n(:,:,1,1) = \n   1\n(:,:,2,1) = \n   2\n(:,:,1,2) = \n   3\n(:,:,2,2) = \n   4\n"},
+    {"ViewOfOuterColumns", [] { return outer_columns<double>({0.5, 1, 2, 3, 4, 5.25}); }, 80, 0, false,
+     "  2x2 double\n    0.5000    4.0000\n    1.0000    5.2500\n"},
+    {"WholeViewOfOuterColumns", [] { return outer_columns<double>({1, 2, 3, 4, 5, 6}); }, 80, 0, false,
+     "  2x2 double\n   1   5\n   2   6\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Slices, Layout, ::testing::ValuesIn(slice_cases), case_name);
 

@@ -13,6 +13,7 @@
 #include "host/host_query.h"
 #include "sparse/sparse_matrix.h"
 #include "value/cell_array.h"
+#include "value/kind_table.h"
 
 namespace zorvat_test {
 namespace {
@@ -327,8 +328,6 @@ TEST_F(OneLine, RowVectorTexts) {
       {zo_obj(type_sparse_double, new sparse_matrix<double>({{1.5, 0, 0}, {2.5, 2, 0}}, 1, 4)), 100, true,
        "[1.5000 2.5000]"},
       {zo_obj("abc", type_char), 100, true, ""},
-      // Stops after the element that passes the maximum length.
-      {arr<int>({1, 50}, {100, 101, 102, 103, 104, 105, 106, 107}), 20, true, "[100 101 102 103 104 105...]"},
   };
   for (const auto& r : rows) EXPECT_EQ(internal::row_vector_to_string(r.value, r.max_len, r.bracket), r.text);
   // The typed workers, named by their element type.
@@ -336,6 +335,46 @@ TEST_F(OneLine, RowVectorTexts) {
   EXPECT_EQ(internal::row_vector_to_string_impl<int>(&m, 100, true), "[0 0]");
   const sparse_matrix<bool> sm(1, 2, 0);
   EXPECT_EQ(internal::row_vector_to_string_impl<bool>(&sm, 100, true), "[]");
+}
+
+// A text cut at max_len is the whole text up to the element that passes
+// max_len, then "..."; a text within max_len is not cut.
+void expect_cuts_agree(const zo_obj& v) {
+  const std::string whole = internal::row_vector_to_string(v, 0, true);
+  const std::string inner = whole.substr(1, whole.size() - 2);
+  for (long max_len = 1; max_len <= static_cast<long>(inner.size()); ++max_len) {
+    const std::string cut = internal::row_vector_to_string(v, max_len, true);
+    if (max_len == static_cast<long>(inner.size())) {
+      EXPECT_EQ(cut, whole);
+      continue;
+    }
+    ASSERT_EQ(cut.compare(cut.size() - 4, 4, "...]"), 0) << cut;
+    const std::string kept = cut.substr(1, cut.size() - 5);
+    EXPECT_GT(static_cast<long>(kept.size()), max_len) << cut;
+    EXPECT_EQ(inner.compare(0, kept.size(), kept), 0) << cut;
+    EXPECT_TRUE(kept.size() == inner.size() || inner[kept.size()] == ' ') << cut;
+  }
+}
+
+template <class T>
+zo_obj sparse_row(zo_type kind) {
+  return zo_obj(kind, new sparse_matrix<T>({{T(1), 0, 0}, {T(2), 2, 0}, {T(3), 3, 0}}, 1, 5));
+}
+
+TEST_F(OneLine, CutsFallBetweenElementsOfEveryType) {
+#define ZORVAT_TEST_DENSE_ROW(T)                                      \
+  {                                                                   \
+    auto* m = new matrix<T>(1, 4);                                    \
+    for (long j = 0; j < 4; ++j) (*m)(0, j) = static_cast<T>(j + 1); \
+    expect_cuts_agree(zo_obj(internal::dense_kind_of<T>(), m));       \
+  }
+  ZORVAT_FOR_EACH_NUMERIC_TYPE(ZORVAT_TEST_DENSE_ROW)
+#undef ZORVAT_TEST_DENSE_ROW
+  expect_cuts_agree(sparse_row<double>(type_sparse_double));
+  expect_cuts_agree(sparse_row<float>(type_sparse_single));
+  expect_cuts_agree(sparse_row<cd>(type_sparse_complex_double));
+  expect_cuts_agree(sparse_row<std::complex<float>>(type_sparse_complex_single));
+  expect_cuts_agree(sparse_row<bool>(type_sparse_logical));
 }
 
 TEST_F(OneLine, SummaryOfAnyValue) {
@@ -349,6 +388,10 @@ TEST_F(OneLine, SummaryOfAnyValue) {
       {zo_obj("hello"), 0, "\"hello\""},
       {zo_obj("abc", type_char), 0, "'abc'"},
       {zo_obj("", type_char), 0, "''"},
+      // The first row of a 2x3 char array: a view with a column stride of 2.
+      {zo_obj(type_char,
+              new matrix<char>(arr<char>({2, 3}, {'a', 'b', 'c', 'd', 'e', 'f'}).get<matrix<char>>().view(1, 3, 0, 2))),
+       0, "'ace'"},
       {arr<char>({2, 3}), 0, "[2x3 char]"},
       {arr<double>({2, 2}), 0, "[2x2 double]"},
       {zo_obj(), 0, "[1x1 void]"},

@@ -26,6 +26,15 @@ zorvat::zo_obj arr(std::vector<long> dims, std::initializer_list<T> elems = {}) 
   return zorvat::zo_obj(zorvat::internal::dense_kind_of<T>(), m);
 }
 
+// A value holding the view of the first and last columns of a 2x3 array of
+// elems (column stride 4): not contiguous, so a display must walk it.
+template <class T>
+zorvat::zo_obj outer_columns(std::initializer_list<T> elems) {
+  const zorvat::zo_obj base = arr<T>({2, 3}, elems);
+  auto* v = new zorvat::matrix<T>(base.get<zorvat::matrix<T>>().view(2, 2, 0, 4));
+  return zorvat::zo_obj(zorvat::internal::dense_kind_of<T>(), v);
+}
+
 class display_format_guard : public ::testing::Test {
  protected:
   void TearDown() override { zorvat::global::fmt_fl = {0, 256}; }

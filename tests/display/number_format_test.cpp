@@ -192,6 +192,22 @@ TEST(PlainFormat, LogicalCharAndUnsupportedTextsMatchSnprintf) {
   const compiled_format logical("%4d"), chr("%c");
   for (long v : {0L, 1L, -1L, 12345L}) d.check(logical.integer(d.got, v), "%4d", static_cast<int>(v));
   for (int c = 1; c < 256; ++c) d.check(chr.character(d.got, c), "%c", c);
+  // Every precision of the fast fixed and exponent paths, and past them.
+  for (int prec = 0; prec <= 17; ++prec) {
+    for (char conv : {'f', 'e'}) {
+      char fmt[16];
+      std::snprintf(fmt, sizeof fmt, "%%%d.%d%c", prec + 8, prec, conv);
+      const compiled_format f(fmt);
+      for (double x : {0.0, -1.5, 2.675, 123456.789, 9.9999999999999995e-8, 1e15}) d.check(f.real(d.got, x), fmt, x);
+    }
+  }
+  // Zero padding behind a sign, widths past the fast path, flags it does not serve.
+  const compiled_format zero("%0*d"), plus("%+d");
+  for (long v : {-42L, 7L, 0L}) {
+    d.check(zero.integer(d.got, 6, v), "%0*d", 6, static_cast<int>(v));
+    d.check(zero.integer(d.got, 120, v), "%0*d", 120, static_cast<int>(v));
+    d.check(plus.integer(d.got, v), "%+d", static_cast<int>(v));
+  }
   EXPECT_EQ(d.mismatches, 0);
   // Texts outside the fast subset go to snprintf and still come out right.
   char got[compiled_format::max_text];

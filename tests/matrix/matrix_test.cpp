@@ -4,6 +4,7 @@
 // against index arithmetic by fuzz/dense_views.cpp.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <complex>
 #include <new>
@@ -91,6 +92,21 @@ TYPED_TEST(MatrixTyped, ClearResetsEveryElementAndKeepsTheShape) {
   m.clear();
   EXPECT_EQ(m.dim_vec(), (std::vector<long>{2, 2, 2}));
   for (long i = 0; i < 8; ++i) EXPECT_TRUE(m[i] == TypeParam{});
+}
+
+TYPED_TEST(MatrixTyped, ReallocateGivesAFreshBlockAndLeavesTheOldOneToItsSharers) {
+  matrix<TypeParam> m(2, 2);
+  fill_distinct(m);
+  const auto old = m.block();
+  m.reallocate(3, false);
+  ASSERT_TRUE(m.block());
+  EXPECT_NE(m.block(), old);
+  EXPECT_EQ(m.size_max(), 0);  // destroy() cleared it and allocate() does not set it
+  for (long i = 0; i < 3; ++i) EXPECT_TRUE(m[i] == TypeParam{});
+  EXPECT_TRUE(old->data[3] == sample<TypeParam>(3));
+  m.destroy();
+  EXPECT_FALSE(m.block());
+  EXPECT_EQ(m.data(), nullptr);
 }
 
 TYPED_TEST(MatrixTyped, CopyOfAViewKeepsItsGeometryOnAPrivateCopyOfTheWholeBlock) {
@@ -204,6 +220,16 @@ TEST(MatrixAccess, AtSkipsTheRowStrideButOperatorCallUsesIt) {
   EXPECT_EQ(v(1, 1), 6);
   EXPECT_EQ(v.at(1, 1), 5);
   EXPECT_EQ(v(3), 6);  // linear index over the first two dims
+  // The read-only forms address the same elements.
+  const matrix<int>& c = v;
+  EXPECT_EQ(&c(1, 1), &v(1, 1));
+  EXPECT_EQ(&c.at(1, 1), &v.at(1, 1));
+  EXPECT_EQ(&c(3), &v(3));
+  EXPECT_EQ(c.inner_stride(), 2);
+  EXPECT_EQ(c.outer_stride(), 4);
+  EXPECT_EQ(c.storage(), nullptr);  // dense: no sparse storage
+  EXPECT_EQ(c.cbegin().operator->(), &v(0, 0));
+  EXPECT_TRUE(std::equal(c.cbegin(), c.cend(), std::vector<int>{0, 2, 4, 6}.begin()));
 }
 
 TEST(MatrixAccess, CommaInitialisationFillsRawPositions) {
@@ -211,6 +237,9 @@ TEST(MatrixAccess, CommaInitialisationFillsRawPositions) {
   m << 1, 2, 3, 4, 5, 6, 7, 8;
   EXPECT_EQ(m(1, 0, 1), 6);
   EXPECT_EQ(m.at(0, 1, 1), 7);
+  const matrix<double>& c = m;
+  EXPECT_EQ(&c(1, 0, 1), &m(1, 0, 1));
+  EXPECT_EQ(&c.at(0, 1, 1), &m.at(0, 1, 1));
 }
 
 TEST(MatrixView, RefusesNonContiguousArraysAndBadShapes) {

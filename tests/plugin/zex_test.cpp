@@ -225,6 +225,14 @@ TEST_F(Zex, BadUsesGiveClearErrors) {
       {19, "zxGetWritableData：空句柄"},
       {20, "zxCreateNumericMatrix：尺寸过大，无法分配"},
       {21, "zxResize：尺寸 -1 为负数"},
+      {22, "zxGetFieldNameByNumber：字段编号 1 超出范围（共 1 个字段）"},
+      {23, "zxGetFieldByNumber：字段编号 -1 超出范围（共 1 个字段）"},
+      {24, "zxResize：类型为 string 的值不能改变尺寸"},
+      {25, "zxResize：尺寸过大，无法分配"},
+      {26, "zxResize：稀疏矩阵只有两个维度"},
+      {27, "zxCreateNumericArray：尺寸过大，无法分配"},
+      {28, "zxCreateSparse：种类编号 9 不能用于此处"},
+      {29, "zxCreateNumericArray：无法分配 8192.0 TiB 大小的内存"},
   };
   for (const auto& [k, message] : table) {
     EXPECT_EQ(error_of("zt::bad", {num(k), num(2)}), message) << "bad use " << k;
@@ -262,6 +270,7 @@ TEST_F(Zex, ServicesReachTheHost) {
       plugin_manager::apply_function(mgr().get_function_by_name("zt::bad"), 0, bad, ignored);
     }
     if (args[0]->as_string() == "short") return;
+    if (args[0]->as_string() == "odd") throw 42;  // no std::exception: still no exception into C
     results.push_back(make(zo_obj(args[1]->as_double() * 2)));
     results.push_back(make(zo_obj(0.0)));
   };
@@ -274,7 +283,8 @@ TEST_F(Zex, ServicesReachTheHost) {
             "zxCallFunction：zxGetKind：空句柄");
   EXPECT_EQ(error_of("zt::service", {make(zo_obj("short", zorvat::type_char)), num(1)}),
             "zxCallFunction：调用 short 得到 0 个结果，需要 2 个");
-  EXPECT_EQ(called, (std::vector<std::string>{"twice", "nested", "short"}));
+  EXPECT_EQ(error_of("zt::service", {make(zo_obj("odd", zorvat::type_char)), num(1)}), "zxCallFunction：未知错误");
+  EXPECT_EQ(called, (std::vector<std::string>{"twice", "nested", "short", "odd"}));
 }
 
 // Outside any plugin call the functions work as well (for example from a
@@ -308,7 +318,46 @@ TEST(ZexDirect, EveryFailureResultIsTheDocumentedOne) {
   EXPECT_EQ(zxGetString(s, nullptr, 0), 6);
   zxDestroyArray(s);
   zxDestroyArray(nullptr);
+  // Complex single values enter a sparse matrix as they are; no name is no field.
+  const long row[] = {1}, col[] = {0};
+  const zxComplexSingle z[] = {{1.5f, -2.0f}};
+  __zxArray* sp = zxCreateSparse(2, 2, 1, row, col, z, zxKindSparseComplexSingle);
+  const auto* stored = static_cast<const zxComplexSingle*>(zxGetSparseValues(sp));
+  EXPECT_EQ(zxGetIr(sp)[0], 1);
+  EXPECT_EQ(stored[0].re, 1.5f);
+  EXPECT_EQ(stored[0].im, -2.0f);
+  __zxArray* st = zxCreateStructMatrix(1, 1, 0, nullptr);
+  EXPECT_EQ(zxGetFieldNumber(st, nullptr), -1);
+  EXPECT_EQ(zxGetFieldNumber(st, "absent"), -1);
+  zxDestroyArray(sp);
+  zxDestroyArray(st);
   EXPECT_EQ(zxLastError(), nullptr);
+  // Counts and pointers that cannot be right, each with its message.
+  static const long jc[] = {0, 1};
+  const struct {
+    void (*call)();
+    const char* message;
+  } refused[] = {
+      {[] { zxCallFunction("f", -1, nullptr, 0, nullptr); }, "zxCallFunction：参数个数 -1 无效"},
+      {[] { zxCallFunction("f", 0, nullptr, -2, nullptr); }, "zxCallFunction：参数个数 -2 无效"},
+      {[] { zxCallFunction("f", 1, nullptr, 0, nullptr); }, "zxCallFunction：空指针参数"},
+      {[] { zxCallFunction("f", 0, nullptr, 1, nullptr); }, "zxCallFunction：空指针参数"},
+      {[] { zxDestroyArray(zxCreateStructMatrix(1, 1, -1, nullptr)); }, "zxCreateStructArray：字段个数 -1 无效"},
+      {[] { zxDestroyArray(zxCreateStructMatrix(1, 1, 1, nullptr)); }, "zxCreateStructArray：空指针参数"},
+      {[] { zxDestroyArray(zxCreateSparse(2, 2, -1, nullptr, nullptr, nullptr, zxKindSparseDouble)); },
+       "zxCreateSparse：尺寸 -1 为负数"},
+      {[] { zxDestroyArray(zxCreateSparse(2, 2, 1, jc, nullptr, jc, zxKindSparseDouble)); }, "zxCreateSparse：空指针参数"},
+      {[] { zxDestroyArray(zxCreateSparseFromColumns(2, 1, nullptr, jc, jc, zxKindSparseDouble)); },
+       "zxCreateSparseFromColumns：空指针参数"},
+      {[] { zxDestroyArray(zxCreateSparseFromColumns(2, 1, jc, jc, nullptr, zxKindSparseDouble)); },
+       "zxCreateSparseFromColumns：空指针参数"},
+  };
+  for (const auto& r : refused) {
+    zxClearError();
+    r.call();
+    EXPECT_STREQ(zxLastError(), r.message);
+  }
+  zxClearError();
 }
 
 }  // namespace

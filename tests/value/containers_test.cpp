@@ -24,7 +24,11 @@ TEST(Cell, NewCellsHoldDistinctEmptyValues) {
   EXPECT_NE(c(0), c(1));
   for (long i = 0; i < 4; ++i) EXPECT_EQ(c(i)->brief_type_str(), "empty 0x0 double");
   EXPECT_EQ(cell_array(-1, 3).dim_vec(), (std::vector<long>{0, 3}));
-  EXPECT_EQ(cell_array(std::vector<long>{2, 1, 3}).pages(), 3);
+  const cell_array n(std::vector<long>{2, 1, 3});
+  EXPECT_EQ(n.pages(), 3);
+  EXPECT_EQ(n.ndims(), 3);
+  EXPECT_EQ(n.dim(0), 2);
+  EXPECT_EQ(n.dim(3), 1);
 }
 
 TEST(Cell, ListsElementsColumnByColumn) {
@@ -73,6 +77,8 @@ TEST(Cell, ToStringWritesOneLinePerRowOfTheFirstPage) {
   EXPECT_EQ(c.to_string(), "  {1x1 double}  {1x3 char}\n  {empty 0x0 double}  {1x1 string}\n");
   cell_array n(std::vector<long>{1, 1, 2});
   EXPECT_EQ(n.to_string(), "  {empty 0x0 double}\n");
+  // A null element reads as an empty value.
+  EXPECT_EQ(cell_array(items{nullptr}, false).to_string(), "  {empty 0x0 double}\n");
 }
 
 // ---- structures ---------------------------------------------------------------
@@ -84,6 +90,8 @@ TEST(Structure, ShapeQueries) {
   EXPECT_TRUE(structure(0, 3).is_empty());
   EXPECT_EQ(structure(std::vector<long>{4}).dim_vec(), (std::vector<long>{4, 1}));
   structure s(std::vector<long>{2, 3, 4});
+  EXPECT_EQ(s.rows(), 2);
+  EXPECT_EQ(s.cols(), 3);
   EXPECT_EQ(s.pages(), 4);
   EXPECT_EQ(s.dim(5), 1);
   EXPECT_EQ(s.numel(), 24);
@@ -125,7 +133,8 @@ TEST(Structure, GetAndSetField) {
   s.set_field("c", v.get());
   EXPECT_NE(s.get_field("c"), v);
   s.set_field("a", nullptr, false);
-  EXPECT_EQ(s.get_field("a")->brief_type_str(), "empty 0x0 double");
+  s.set_field("d", static_cast<const zo_obj*>(nullptr));
+  for (const char* name : {"a", "d"}) EXPECT_EQ(s.get_field(name)->brief_type_str(), "empty 0x0 double");
   EXPECT_FALSE(s.isfield("A"));
   EXPECT_EQ(s.get_field("A"), nullptr);
   EXPECT_THROW(s.get_field_table("A"), std::invalid_argument);
@@ -232,6 +241,27 @@ TEST(Containers, CopyOnWriteEachDetachesEveryElement) {
   EXPECT_EQ(s.get_field("x")->as_double(), 1.0);
 }
 
+// Assignment does what the copy and move constructors do (elements shared),
+// and assigning a container to itself changes nothing.
+TEST(Containers, AssignmentCopiesOrSteals) {
+  cell_array a(items{dbl(1), dbl(2)}, false), b, c;
+  b = a;
+  b = static_cast<const cell_array&>(b);
+  c = std::move(b);
+  EXPECT_EQ(c.dim_vec(), a.dim_vec());
+  EXPECT_EQ(c(1), a(1));
+  structure s, t, u;
+  s.set_field("x", dbl(1), false);
+  t = s;
+  t = static_cast<const structure&>(t);
+  t.set_field("y", dbl(2), false);
+  u = std::move(t);
+  structure w(std::move(u));
+  EXPECT_EQ(s.nfields(), 1);
+  EXPECT_EQ(w.fieldnames(), (std::vector<std::string>{"x", "y"}));
+  EXPECT_EQ(w.get_field("x"), s.get_field("x"));
+}
+
 // ---- lists ------------------------------------------------------------
 
 TEST(VariableListTest, ShallowCopySharesDeepCopyDoesNot) {
@@ -245,6 +275,7 @@ TEST(VariableListTest, ShallowCopySharesDeepCopyDoesNot) {
   }
   EXPECT_EQ(deep.data()[2], nullptr);
   items v{dbl(3)};
+  EXPECT_EQ(VariableList(v).data(), v);
   VariableList moved(std::move(v));
   EXPECT_EQ(moved.size(), 1);
 }

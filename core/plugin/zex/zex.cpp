@@ -7,6 +7,7 @@
 // into the plugin's C frames.
 #include "plugin/zex.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -94,6 +95,9 @@ std::string class_name(const zo_obj& v) {
   if (v.type == type_extern && v.payload()) return v.get<extern_obj_base>().classname();
   return type_str(v.type);
 }
+
+// Out of line: it is called from every instantiation of a kind visit.
+[[noreturn]] void wrong_kind_number(int kind) { throw misuse(str_format(tr("种类编号 %d 不能用于此处"), kind)); }
 
 [[noreturn]] void wrong_kind(const zo_obj& v, const char* wanted) {
   throw misuse(str_format(tr("类型为 %s 的值不是%s"), class_name(v).c_str(), wanted));
@@ -183,7 +187,7 @@ __zxArray* make_dense(int ndims, const long* dims, int kind) {
       std::vector<long> d = checked_dims(ndims, dims, sizeof(typename P::value_type));
       return adopt(kind, std::make_unique<P>(d));
     } else {
-      throw misuse(str_format(tr("种类编号 %d 不能用于此处"), kind));
+      wrong_kind_number(kind);
     }
   });
 }
@@ -301,7 +305,7 @@ __zxArray* make_sparse(int kind, F&& make) {
     if constexpr (sparse_of<P>::value) {
       return adopt(kind, make(static_cast<P*>(nullptr)));
     } else {
-      throw misuse(str_format(tr("种类编号 %d 不能用于此处"), kind));
+      wrong_kind_number(kind);
     }
   });
 }
@@ -761,9 +765,7 @@ int zxAddField(__zxArray* s, const char* name) {
     auto& st = writable(s).get<structure>();
     st.create_field_table(field);
     const auto& names = st.fieldnames();
-    for (size_t k = 0; k < names.size(); ++k)
-      if (names[k] == field) return static_cast<int>(k);
-    return -1;
+    return static_cast<int>(std::find(names.begin(), names.end(), field) - names.begin());
   });
 }
 

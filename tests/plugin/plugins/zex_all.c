@@ -8,6 +8,7 @@
  *   zt::service(f, x) zxPrintf, then f(x) through zxCallFunction
  *   zt::dup(x)        a duplicate of the argument, changed through zex
  */
+#include <limits.h>
 #include <stddef.h>
 #include <string.h>
 
@@ -199,6 +200,9 @@ static void bad(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
   static const char* const empty_name[] = {""};
   const __zxArray* x = prhs[1];
   __zxArray* mine = zxCreateCellMatrix(1, 1);
+  __zxArray* st = zxCreateStructMatrix(1, 1, 1, (const char* const[]){"f"});
+  __zxArray* text = zxCreateString("t");
+  __zxArray* sp = zxCreateSparse(2, 2, 0, NULL, NULL, NULL, zxKindSparseDouble);
   char buf[8];
   switch ((int)zxGetScalar(prhs[0])) {
     case 0: zxGetKind(NULL); break;
@@ -223,7 +227,18 @@ static void bad(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
     case 19: zxGetWritableData(NULL); break;
     case 20: zxDestroyArray(zxCreateNumericMatrix(1L << 62, 4, zxKindDouble)); break;
     case 21: { __zxArray* h = zxDuplicateArray(x); zxResize(h, 2, neg); zxDestroyArray(h); } break;
+    case 22: zxGetFieldNameByNumber(st, 1); break;         /* st has one field */
+    case 23: zxGetFieldByNumber(st, 0, -1); break;
+    case 24: zxResize(text, 2, (const long[]){1, 1}); break; /* texts do not resize */
+    case 25: zxResize(sp, 2, (const long[]){1, LONG_MAX}); break;
+    case 26: zxResize(sp, 3, (const long[]){1, 1, 2}); break;
+    case 27: zxDestroyArray(zxCreateNumericArray(2, (const long[]){1L << 60, 2}, zxKindDouble)); break;
+    case 28: zxDestroyArray(zxCreateSparse(2, 2, 0, NULL, NULL, NULL, zxKindDouble)); break;
+    case 29: zxDestroyArray(zxCreateNumericArray(2, (const long[]){1L << 50, 1}, zxKindDouble)); break; /* past any address space */
   }
+  zxDestroyArray(st);
+  zxDestroyArray(text);
+  zxDestroyArray(sp);
   zxDestroyArray(mine);
 }
 
