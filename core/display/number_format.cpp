@@ -73,66 +73,11 @@ inline char* write_hex(char* p, std::uint64_t v) {
   return p;
 }
 
-// n / 10^P, a point and the P last digits of n (none and no point for P =
-// 0), with P a constant so that the divisions become multiplications.
-template <int P>
-char* write_scaled_p(char* p, std::uint64_t n) {
-  constexpr std::uint64_t unit = pow10_u[P];
-  const std::uint64_t whole = n / unit;
-  p = write_u64(p, whole);
-  if constexpr (P > 0) {
-    std::uint64_t frac = n - whole * unit;
-    *p++ = '.';
-    for (int k = P - 1; k >= 0; --k) {
-      p[k] = static_cast<char>('0' + frac % 10);
-      frac /= 10;
-    }
-    p += P;
-  }
-  return p;
-}
-
-// write_scaled_p<prec>, prec in 0..max_fast_prec.
-char* write_scaled(char* p, std::uint64_t n, int prec) {
-  switch (prec) {
-    case 0: return write_scaled_p<0>(p, n);
-    case 1: return write_scaled_p<1>(p, n);
-    case 2: return write_scaled_p<2>(p, n);
-    case 3: return write_scaled_p<3>(p, n);
-    case 4: return write_scaled_p<4>(p, n);
-    case 5: return write_scaled_p<5>(p, n);
-    case 6: return write_scaled_p<6>(p, n);
-    case 7: return write_scaled_p<7>(p, n);
-    case 8: return write_scaled_p<8>(p, n);
-    case 9: return write_scaled_p<9>(p, n);
-    case 10: return write_scaled_p<10>(p, n);
-    case 11: return write_scaled_p<11>(p, n);
-    case 12: return write_scaled_p<12>(p, n);
-    case 13: return write_scaled_p<13>(p, n);
-    case 14: return write_scaled_p<14>(p, n);
-    default: return write_scaled_p<15>(p, n);
-  }
-}
-
 // |x| (finite, sign already written) under "%.<prec>f", returns the end.
+// The fields the fixed writers below serve never get here; what does (large
+// magnitudes, long precisions, left-aligned fields) takes the standard
+// conversion, which is specified to produce printf's text.
 char* write_fixed_abs(char* p, double ax, int prec) {
-  if (prec <= max_fast_prec) {
-    const double scale = pow10_d[prec];
-    const double hi = ax * scale;
-    if (hi < 4503599627370496.0) {  // 2^52: hi - floor(hi) and the tie test stay exact
-      const double lo = product_error(ax, scale, hi);
-      // floor(hi) by truncation (0 <= hi < 2^52): one conversion each way.
-      std::uint64_t n = static_cast<std::uint64_t>(static_cast<std::int64_t>(hi));
-      const double whole = static_cast<double>(static_cast<std::int64_t>(n));
-      // Sign of (ax * scale - whole - 1/2), computed exactly: the subtraction
-      // is exact and the last addition rounds to nearest, keeping the sign.
-      const double above_half = ((hi - whole) - 0.5) + lo;
-      if (above_half > 0 || (above_half == 0 && (n & 1))) ++n;  // ties to even
-      return write_scaled(p, n, prec);
-    }
-  }
-  // Large magnitudes and long precisions: the standard conversion is
-  // specified to produce printf's text.
   return std::to_chars(p, p + compiled_format::max_text / 2, ax, std::chars_format::fixed, prec).ptr;
 }
 
