@@ -19,7 +19,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 line_floor=98     # measured 98.4 % (3783 of 3843 lines) with the fuzz corpora replayed
-branch_floor=82   # measured 82.2 % (3704 of 4508 branches), brace-only lines left out
+branch_floor=81   # one below the measured 82.2 % (3704 of 4508 branches), brace-only lines left out
 bash tools/setup.sh coverage
 
 dir=build-cov
