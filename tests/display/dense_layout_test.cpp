@@ -2,6 +2,7 @@
 #include <cmath>
 #include <complex>
 #include <limits>
+#include <sstream>
 #include <string>
 
 #include "display/display.h"
@@ -9,10 +10,21 @@
 
 namespace zorvat_test {
 
+// Every row through each of the four sinks: obj2str, obj2console to a
+// stream draining after every insertion, and the host's two streams.
 TEST_P(Layout, PrintsExactText) {
   const layout_case& c = GetParam();
   set_format(c.format, c.loose);
-  EXPECT_EQ(zorvat::internal::obj2str(c.make(), c.width), c.expected);
+  const zorvat::zo_obj v = c.make();
+  EXPECT_EQ(zorvat::internal::obj2str(v, c.width), c.expected);
+  std::ostringstream os;
+  zorvat::internal::obj2console(os, v, c.width, 0);
+  EXPECT_EQ(os.str(), c.expected);
+  const host_console console;
+  zorvat::internal::obj2console_safe<1>(v, c.width, 16);
+  zorvat::internal::obj2console_safe<2>(v, c.width, 1 << 20);
+  EXPECT_EQ(console.out(), c.expected);
+  EXPECT_EQ(console.err(), c.expected);
 }
 
 namespace {

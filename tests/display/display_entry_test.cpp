@@ -9,6 +9,7 @@
 
 #include "display/display.h"
 #include "display/display_format.h"
+#include "display/display_kinds.h"
 #include "display_test_util.h"
 #include "host/host_query.h"
 #include "sparse/sparse_matrix.h"
@@ -151,29 +152,47 @@ TEST_F(EntryPoints, StringCapOfHugeCellAndStringArrayIsPrefixOfConsoleText) {
   }
 }
 
-// The host's console, recorded.
-std::string host_out, host_err, host_log;
-void* record(std::string const& name, void* arg) {
-  host_log += name + ";";
-  if (name == "write_to_cout") host_out += *static_cast<const std::string*>(arg);
-  if (name == "write_to_cerr") host_err += *static_cast<const std::string*>(arg);
-  return nullptr;
-}
-
 TEST_F(EntryPoints, SafeConsoleWritesToHostStreams) {
-  const global::core_query_function f2k = global::__F2KQuery_p, k2f = global::__K2FQuery_p;
-  global::__F2KQuery_p = global::__K2FQuery_p = record;
-  host_out.clear();
-  host_err.clear();
-  host_log.clear();
+  const host_console console;
   const zo_obj v = arr<double>({2, 12}, {0.5, 1.5});
   internal::obj2console_safe<1>(v, 80, 1000000);
-  EXPECT_EQ(host_out, internal::obj2str(v, 80));
-  EXPECT_EQ(host_log, "write_to_cout;flush_cout;");
+  EXPECT_EQ(console.out(), internal::obj2str(v, 80));
+  EXPECT_EQ(console.log(), "write_to_cout;flush_cout;");
   internal::obj2console_safe<2>(v, 80, 0);
-  EXPECT_EQ(host_err, internal::obj2str(v, 80));
-  global::__F2KQuery_p = f2k;
-  global::__K2FQuery_p = k2f;
+  EXPECT_EQ(console.err(), internal::obj2str(v, 80));
+}
+
+// Every kind, as its default value and as a 2x2 array of ones where it has
+// elements, gives one text through all four sinks.
+TEST_F(EntryPoints, EveryKindGivesOneTextThroughEverySink) {
+  std::vector<zo_obj> values;
+  for (int kind = -1; kind <= 33; ++kind) {
+    values.emplace_back().reset(kind, true);
+    internal::visit_kind(kind, [&](auto k) {
+      using P = typename decltype(k)::payload;
+      if constexpr (internal::dense_payload_v<P>) {
+        auto* m = new P(2, 2);
+        for (auto& x : *m) x = typename P::value_type(1);
+        values.emplace_back(static_cast<zo_type>(kind), m);
+      } else if constexpr (internal::sparse_payload<P>::value) {
+        values.emplace_back(static_cast<zo_type>(kind), new P(2, 2, 1));
+        values.back().template get<P>().set_value(1, 0, typename P::value_type(1));
+      }
+    });
+  }
+  for (bool loose : {false, true})
+    for (const zo_obj& v : values) {
+      set_format(0, loose);
+      const std::string text = internal::obj2str(v, 80);
+      std::ostringstream os;
+      internal::obj2console(os, v, 80, 0);
+      const host_console console;
+      internal::obj2console_safe<1>(v, 80, 1);
+      internal::obj2console_safe<2>(v, 80, 1000);
+      EXPECT_EQ(os.str(), text) << v.type;
+      EXPECT_EQ(console.out(), text) << v.type;
+      EXPECT_EQ(console.err(), text) << v.type;
+    }
 }
 
 TEST_F(EntryPoints, MovedFromArrayPrintsNotice) {

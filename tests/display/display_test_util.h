@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "display/display_format.h"
+#include "host/host_query.h"
 #include "matrix/matrix.h"
 #include "value/kind_table.h"
 #include "value/zo_obj.h"
@@ -53,6 +54,42 @@ struct layout_case {
 };
 inline std::ostream& operator<<(std::ostream& os, const layout_case& c) { return os << c.name; }
 inline std::string case_name(const ::testing::TestParamInfo<layout_case>& i) { return i.param.name; }
+
+// Records what the library writes to the host's console while it lives
+// (the host's query functions replaced, restored at the end).
+class host_console {
+ public:
+  host_console() : f2k_(zorvat::global::__F2KQuery_p), k2f_(zorvat::global::__K2FQuery_p) {
+    state() = {};
+    zorvat::global::__F2KQuery_p = zorvat::global::__K2FQuery_p = record;
+  }
+  ~host_console() {
+    zorvat::global::__F2KQuery_p = f2k_;
+    zorvat::global::__K2FQuery_p = k2f_;
+  }
+  host_console(const host_console&) = delete;
+  host_console& operator=(const host_console&) = delete;
+  const std::string& out() const { return state().out; }
+  const std::string& err() const { return state().err; }
+  // The names of the queries made, each followed by ';'.
+  const std::string& log() const { return state().log; }
+
+ private:
+  struct texts {
+    std::string out, err, log;
+  };
+  static texts& state() {
+    static texts t;
+    return t;
+  }
+  static void* record(std::string const& name, void* arg) {
+    state().log += name + ";";
+    if (name == "write_to_cout") state().out += *static_cast<const std::string*>(arg);
+    if (name == "write_to_cerr") state().err += *static_cast<const std::string*>(arg);
+    return nullptr;
+  }
+  zorvat::global::core_query_function f2k_, k2f_;
+};
 
 class Layout : public display_format_guard, public ::testing::WithParamInterface<layout_case> {};
 

@@ -64,7 +64,7 @@ void check_conversion(const conv_case<R>& c, Convert convert, const char* messag
   }
   EXPECT_EQ(v.payload(), payload);
   EXPECT_EQ(v.brief_type_str(), before);
-  EXPECT_EQ(v.use_count(), 1);
+  EXPECT_EQ(v.use_count(), payload ? 1 : 0);
 }
 
 zo_obj uint64_value(unsigned long u) { return zo_obj(u); }
@@ -243,6 +243,25 @@ TYPED_TEST_SUITE(ScalarOnly, dense_element_types);
 TYPED_TEST(ScalarOnly, ArraysOfTwoOrNoElementsAreRefused) {
   for (long n : {2L, 0L}) {
     const auto make = [n] { return zo_obj(internal::dense_kind_of<TypeParam>(), new matrix<TypeParam>(1, n)); };
+    check_conversion(conv_case<long>{"", make, false, 0}, [](const zo_obj& v) { return v.as_int(); },
+                     "该 zo_obj 对象不是合法的整数类型");
+    check_conversion(conv_case<double>{"", make, false, 0}, [](const zo_obj& v) { return v.as_double(); },
+                     "该 zo_obj 对象不能转化为双精度标量。");
+    check_conversion(conv_case<bool>{"", make, false, false}, [](const zo_obj& v) { return v.as_bool(); },
+                     "该 zo_obj 对象不能转化为 bool 标量。");
+  }
+}
+
+// The default value of every kind (an empty array, an empty container, a
+// handle, nothing at all) is no scalar of any sort.
+TEST(ScalarConversions, DefaultValueOfEveryKindIsRefused) {
+  for (int kind = -1; kind <= 33; ++kind) {
+    const auto make = [kind] {
+      zo_obj v;
+      v.reset(kind, true);
+      return v;
+    };
+    SCOPED_TRACE(kind);
     check_conversion(conv_case<long>{"", make, false, 0}, [](const zo_obj& v) { return v.as_int(); },
                      "该 zo_obj 对象不是合法的整数类型");
     check_conversion(conv_case<double>{"", make, false, 0}, [](const zo_obj& v) { return v.as_double(); },
