@@ -207,6 +207,15 @@ TEST_F(StringMatLayout, ZeroBracketsAreLeftOutAndSinksAgree) {
   internal::obj2str_impl_from_string_mat(b, t, 80, '<', 0, 1);
   b.flush();
   EXPECT_EQ(os.str(), "    <ab\n    <c \n");
+  const host_console console;
+  internal::BufferedStream<1> out(nullptr, 0);
+  internal::obj2str_impl_from_string_mat(out, t, 80, 0, '>', 1);
+  out.flush();
+  internal::BufferedStream<2> err(nullptr, 1 << 20);
+  internal::obj2str_impl_from_string_mat(err, t, 80, 0, '>', 0);
+  err.flush();
+  EXPECT_EQ(console.out(), "    ab>\n    c >\n");
+  EXPECT_EQ(console.err(), console.out());
 }
 
 }  // namespace

@@ -166,6 +166,46 @@ TYPED_TEST(MatrixTyped, BltCopiesTheClippedOverlap) {
   for (long i = 1; i < 9; ++i) EXPECT_TRUE(dst[i] == before[i]);
 }
 
+// Views, walks and shape changes of an N-d array, checked against index
+// arithmetic on a(i, j, k) = element i + 3j + 12k.
+TYPED_TEST(MatrixTyped, ViewsWalksAndReshapesAgreeWithIndexArithmetic) {
+  matrix<TypeParam> a({3, 4, 2});
+  fill_distinct(a);
+  EXPECT_EQ(a.pages(), 2);
+  EXPECT_EQ(a.dim(2), 2);
+  EXPECT_EQ(a.head_dim(2), 12);
+  matrix<TypeParam> copy;
+  {
+    // Every second row, the last two columns, both pages.
+    const auto v = a.view({2, 2, 2}, {2, 3, 12}, 6);
+    long n = 0;
+    for (auto it = v.begin(); it != v.end(); it++, ++n) {
+      const std::vector<long>& ix = it.index();
+      EXPECT_TRUE(*it == a(2 * ix[0], 2 + ix[1], ix[2])) << n;
+    }
+    EXPECT_EQ(n, 8);
+    auto it = v.begin();
+    it.advance_along_dim(2);
+    EXPECT_EQ(it.index(), (std::vector<long>{0, 0, 1}));
+    EXPECT_TRUE(*it == a(0, 2, 1));
+    copy = v;
+    EXPECT_TRUE(copy(1, 1, 1) == a(2, 3, 1));
+    const auto d = a.diag();
+    ASSERT_EQ(d.dim_vec(), (std::vector<long>{3, 1}));
+    for (long i = 0; i < 3; ++i) EXPECT_TRUE(d(i) == a(i, i, 0));
+  }
+  a.reshape({2, 3, 4, 1});
+  a.compress_dims();
+  EXPECT_EQ(a.dim_vec(), (std::vector<long>{2, 3, 4}));
+  a.reshape(4, 6);
+  EXPECT_TRUE(a(3, 5) == sample<TypeParam>(23));
+  a.resize(2, 12);  // the same size on an unshared block: the elements stay
+  EXPECT_TRUE(a(1, 11) == sample<TypeParam>(23));
+  a.resize(std::vector<long>{5});
+  EXPECT_EQ(a.dim_vec(), (std::vector<long>{5, 1}));
+  for (long i = 0; i < 5; ++i) EXPECT_TRUE(a[i] == TypeParam{});
+}
+
 // ---------------------------------------------------------------- shapes
 
 TEST(MatrixShape, DimsArePaddedToTwoAndStridesPacked) {

@@ -215,6 +215,9 @@ const conv_case<ints> as_int_mat_cases[] = {
     {"int64_truncated", [] { return *zo_obj::make_matrix<long>(1, 1, {(1L << 32) + 5}); }, true, {5}},
     {"uint64_max", [] { return *zo_obj::make_matrix<unsigned long>(1, 1, {~0ul}); }, true, {-1}},
     {"uint16", [] { return *zo_obj::make_matrix<unsigned short>(1, 1, {65535}); }, true, {65535}},
+    {"int16", [] { return *zo_obj::make_matrix<short>(1, 2, {-300, 300}); }, true, {-300, 300}},
+    {"uint8", [] { return *zo_obj::make_matrix<unsigned char>(1, 1, {255}); }, true, {255}},
+    {"uint32_wraps", [] { return *zo_obj::make_matrix<unsigned int>(1, 1, {4000000000u}); }, true, {-294967296}},
     {"double_2x2", [] { return *zo_obj::make_matrix(2, 2, {1.0, -2.0, 3.0, 4.0}); }, true, {1, -2, 3, 4}},
     {"single", [] { return *zo_obj::make_matrix(1, 2, {3.0f, -4.0f}); }, true, {3, -4}},
     {"int32_copied", [] { return *zo_obj::make_matrix(1, 3, {7, 8, 9}); }, true, {7, 8, 9}},
@@ -269,6 +272,31 @@ TEST(ScalarConversions, DefaultValueOfEveryKindIsRefused) {
     check_conversion(conv_case<bool>{"", make, false, false}, [](const zo_obj& v) { return v.as_bool(); },
                      "该 zo_obj 对象不能转化为 bool 标量。");
   }
+}
+
+// A 1x1 array holding one: the integer types, logical and the real floating
+// types give 1 to as_int and as_bool, every numeric type (complex too) gives
+// 1 to as_double; char, string and handle elements are no scalar of any sort.
+TYPED_TEST(ScalarOnly, AnElementOfOneConvertsByItsType) {
+  using T = TypeParam;
+  constexpr bool no_number = std::is_same_v<T, char> || std::is_same_v<T, std::string> || std::is_same_v<T, zo_hdl_t>;
+  constexpr bool complex = std::is_same_v<T, std::complex<double>> || std::is_same_v<T, std::complex<float>>;
+  const auto make = [] {
+    auto* m = new matrix<T>(1, 1);
+    if constexpr (std::is_same_v<T, std::string>)
+      (*m)[0] = "1";
+    else if constexpr (std::is_same_v<T, char>)
+      (*m)[0] = '1';
+    else
+      (*m)[0] = T{1};
+    return zo_obj(internal::dense_kind_of<T>(), m);
+  };
+  check_conversion(conv_case<long>{"", make, !no_number && !complex, 1}, [](const zo_obj& v) { return v.as_int(); },
+                   "该 zo_obj 对象不是合法的整数类型");
+  check_conversion(conv_case<double>{"", make, !no_number && !std::is_same_v<T, bool>, 1.0},
+                   [](const zo_obj& v) { return v.as_double(); }, "该 zo_obj 对象不能转化为双精度标量。");
+  check_conversion(conv_case<bool>{"", make, !no_number && !complex, true}, [](const zo_obj& v) { return v.as_bool(); },
+                   "该 zo_obj 对象不能转化为 bool 标量。");
 }
 
 // ---- predicates -------------------------------------------------------------
