@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <string_view>
 
 #include "host/host_query.h"
 #include "host/host_services.h"
@@ -47,7 +48,7 @@ class current_plugin_scope {
 // A name that stays one directory below "<root>/plugins" and reaches dlopen
 // whole.
 bool valid_plugin_name(const std::string& name) {
-  static const std::string forbidden("/\\\0", 3);
+  constexpr std::string_view forbidden("/\\\0", 3);
   return !name.empty() && name != "." && name != ".." && name.find_first_of(forbidden) == std::string::npos;
 }
 

@@ -14,6 +14,7 @@
 #include <new>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "display/display.h"
 #include "fake_host.h"
@@ -21,6 +22,7 @@
 #include "host/host_services.h"
 #include "memory/zo_malloc.h"
 #include "plugin/plugin_manager.h"
+#include "plugin/zex.h"
 #include "sparse/sparse_matrix.h"
 #include "value/cell_array.h"
 #include "value/structure.h"
@@ -233,6 +235,52 @@ TEST(AllocSweep, PluginLoadingAndCalls) {
     if (int status = mgr.remove("tp_good"); status != 0) throw std::logic_error(mgr.error_msg());
   }, loaded));
   EXPECT_FALSE(mgr.is_loaded("tp_good"));
+}
+
+// The plugin interface: a failed allocation inside a zex call gives the
+// call's failure result with a message naming the function and the lack of
+// memory, and no exception crosses into the plugin's C code.
+TEST(AllocSweep, ZexMakersAndChanges) {
+  std::vector<__zxArray*> made;
+  const auto keep = [&](__zxArray* a) {
+    if (!a) {
+      const std::string e = zxLastError() ? zxLastError() : "";
+      zxClearError();
+      // "内存不足" or the block's own "无法分配 ... 大小的内存".
+      if (e.compare(0, 2, "zx") != 0 || e.find("：") == std::string::npos || e.find("内存") == std::string::npos)
+        throw std::logic_error("zex failure: " + e);
+      throw std::bad_alloc();
+    }
+    made.push_back(a);
+    return a;
+  };
+  const auto status = [&](int r) { return r == 0 ? made.back() : keep(nullptr); };
+  const long dims[] = {2, 3}, rows[] = {1, 0}, cols[] = {0, 2}, jc[] = {0, 1, 1, 2}, ir[] = {1, 0};
+  const double values[] = {1.5, 2.5};
+  const char* names[] = {"a", "b"};
+  const char* texts[] = {"x", nullptr, "zz", "y"};
+  report("zex makers", sweep([&] {
+    struct destroy_all {
+      std::vector<__zxArray*>& v;
+      ~destroy_all() {
+        for (__zxArray* a : v) zxDestroyArray(a);
+        v.clear();
+      }
+    } cleanup{made};
+    keep(zxCreateNumericArray(2, dims, zxKindInt16));
+    keep(zxCreateDoubleMatrix(2, 2, 1));
+    keep(zxCreateSparse(3, 3, 2, rows, cols, values, zxKindSparseDouble));
+    keep(zxCreateSparseFromColumns(2, 3, jc, ir, values, zxKindSparseComplexSingle));
+    keep(zxCreateCharArray("text"));
+    keep(zxCreateStringArray(2, 2, texts));
+    __zxArray* s = keep(zxCreateStructMatrix(1, 2, 2, names));
+    status(zxSetField(s, 1, "c", zxCreateString("field")));
+    status(zxAddField(s, "d") >= 0 ? 0 : -1);
+    __zxArray* c = keep(zxCreateCellArray(2, dims));
+    status(zxSetCell(c, 5, zxDuplicateArray(s)));
+    status(zxResize(c, 2, jc + 1));
+    status(zxResize(made[0], 2, jc + 2));
+  }));
 }
 
 // Printed last: the integrator reports this number.

@@ -162,8 +162,8 @@ TEST_F(EntryPoints, SafeConsoleWritesToHostStreams) {
   EXPECT_EQ(console.err(), internal::obj2str(v, 80));
 }
 
-// Every kind, as its default value and as a 2x2 array of ones where it has
-// elements, gives one text through all four sinks.
+// Every kind, as its default value and as a 2x2 array of 1.5 (in its element
+// type) where it has elements, gives one text through all four sinks.
 TEST_F(EntryPoints, EveryKindGivesOneTextThroughEverySink) {
   std::vector<zo_obj> values;
   for (int kind = -1; kind <= 33; ++kind) {
@@ -172,11 +172,11 @@ TEST_F(EntryPoints, EveryKindGivesOneTextThroughEverySink) {
       using P = typename decltype(k)::payload;
       if constexpr (internal::dense_payload_v<P>) {
         auto* m = new P(2, 2);
-        for (auto& x : *m) x = typename P::value_type(1);
+        for (auto& x : *m) x = typename P::value_type(1.5);
         values.emplace_back(static_cast<zo_type>(kind), m);
       } else if constexpr (internal::sparse_payload<P>::value) {
         values.emplace_back(static_cast<zo_type>(kind), new P(2, 2, 1));
-        values.back().template get<P>().set_value(1, 0, typename P::value_type(1));
+        values.back().template get<P>().set_value(1, 0, typename P::value_type(1.5));
       }
     });
   }

@@ -163,12 +163,13 @@ std::vector<long> checked_dims(int ndims, const long* dims, size_t elem_size) {
   return d;
 }
 
-// A new plugin-owned value adopting the payload.
+// A new plugin-owned value adopting the payload.  The value's block is
+// allocated before the argument is evaluated (a failure there leaves the
+// payload to its unique_ptr), and the constructor owns the payload even when
+// it fails itself: released as the argument, never deleted twice.
 template <class P>
 __zxArray* adopt(int kind, std::unique_ptr<P> payload) {
-  auto* v = new zo_obj(kind, payload.get());
-  payload.release();
-  return handle(v);
+  return handle(new zo_obj(kind, payload.release()));
 }
 
 // The number a caller passed as a zxKind: C may pass any int there, which is
