@@ -9,6 +9,12 @@
 #    or blanks, which are the compiler's (the destructors of a block's locals
 #    running at its closing brace), not a decision in the source; this drops
 #    about 30 of 4700.
+# gcov 12 writes the "(throw)" mark only in blocks that ran; in a block or
+# instantiation that never ran, the exceptional edge of each call shows as a
+# plain branch, so --exclude-throw-branches would still count it.  gcovr
+# therefore runs gcov through tools/gcov_throw_marks.py, which restores the
+# marks from gcov's own JSON output (counts unchanged).  The figure without
+# that correction is printed first, for the record.
 # Nothing else is excluded: no exclusion markers in the source.
 # Branch figures count every instantiation of a template on its own (gcov
 # adds their branches up per line), so a condition inside code instantiated
@@ -18,8 +24,8 @@
 # The floors are a ratchet: raise them when coverage rises, never lower them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-line_floor=98     # measured 98.4 % (3783 of 3843 lines) with the fuzz corpora replayed
-branch_floor=81   # one below the measured 82.2 % (3704 of 4508 branches), brace-only lines left out
+line_floor=98     # measured 98.5 % (3800 of 3858 lines) with the fuzz corpora replayed
+branch_floor=90   # measured 90.5 % (3781 of 4177 branches; 87.7 % of 4309 without the marks)
 bash tools/setup.sh coverage
 
 dir=build-cov
@@ -37,6 +43,9 @@ ctest --test-dir "$dir" --output-on-failure -j"$(nproc)" -E '^install_consumer$'
 find "$dir/CMakeFiles" -path '*CompilerId*' -name '*.gc*' -delete
 report=(--txt "$dir/coverage.txt")
 [ "${1:-}" = "--html" ] && mkdir -p "$dir/coverage" && report+=(--html-details "$dir/coverage/index.html")
-gcovr --root . --object-directory "$dir" --filter 'core/' --exclude-throw-branches --exclude-unreachable-branches \
-  -j"$(nproc)" --print-summary "${report[@]}" \
+common=(--root . --object-directory "$dir" --filter 'core/' --exclude-throw-branches --exclude-unreachable-branches
+  -j"$(nproc)")
+echo "without the throw marks of blocks that never ran:"
+gcovr "${common[@]}" --print-summary -o /dev/null | grep '^branches'
+gcovr "${common[@]}" --gcov-executable "python3 $PWD/tools/gcov_throw_marks.py" --print-summary "${report[@]}" \
   --fail-under-line "$line_floor" --fail-under-branch "$branch_floor"

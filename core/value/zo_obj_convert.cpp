@@ -139,7 +139,8 @@ bool read_scalar(const zo_obj& v, Read read) {
       return false;
     } else {
       const matrix<E>& m = *static_cast<const matrix<E>*>(p);
-      return m.is_scalar() && read(element_conv<E>{}, m.data()[0]);
+      if (!m.is_scalar()) return false;
+      return read(element_conv<E>{}, m.data()[0]);
     }
   });
 }

@@ -49,6 +49,10 @@ const layout_case string_cases[] = {
      "\n  1x2 string\n\n  列 1\n\n    \"" + std::string(30, 'x') + "\"\n  列 2\n\n    \"y\"\n"},
     {"SlicesOfNdArray", [] { return arr<std::string>({1, 1, 2}, {"p", "q"}); }, 80, 0, true,
      "\n  1x1x2 string\n\n(:,:,1) = \n\n    \"p\"\n(:,:,2) = \n\n    \"q\"\n"},
+    // A row longer than the writer's pieces (2048 characters) goes to the
+    // sink whole, the same text.
+    {"RowLongerThanAPiece", [] { return strings({std::string(1500, 's'), "t"}, 1, 2); }, 10000, 0, false,
+     "  1x2 string\n    \"" + std::string(1500, 's') + "\"    \"t\"\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Strings, Layout, ::testing::ValuesIn(string_cases), case_name);
 
@@ -88,6 +92,15 @@ const layout_case cell_cases[] = {
     {"NestedContainersShowSizeAndType",
      [] { return cell_of(1, 2, {item(type_cell, new cell_array(2, 3)), item(type_struct, new structure(1, 2))}); },
      80, 0, false, "  1x2 cell array\n    {2x3 cell}    {1x2 struct}\n"},
+    {"RowLongerThanAPiece", [] { return cell_of(1, 2, {item(std::string(1500, 's').c_str()), chars("t")}); }, 10000,
+     0, false, "  1x2 cell array\n    {\"" + std::string(1500, 's') + "\"}    {'t'}\n"},
+    {"SlicesOfNdCell",
+     [] {
+       auto* c = new cell_array(std::vector<long>{1, 1, 2});
+       c->data()(1) = item(2.5);
+       return zo_obj(type_cell, c);
+     },
+     80, 0, false, "  1x1x2 cell array\n(:,:,1) = \n    {0x0 double}\n(:,:,2) = \n    {[2.5000]}\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Cells, Layout, ::testing::ValuesIn(cell_cases), case_name);
 

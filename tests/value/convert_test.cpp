@@ -2,6 +2,7 @@
 // with the refusal messages and the value left untouched.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -93,6 +94,10 @@ const conv_case<long> as_int_cases[] = {
     {"double_2_52", [] { return zo_obj(two52); }, true, 4503599627370496L},
     {"double_2_52_plus_1", [] { return zo_obj(two52 + 1); }, true, 4503599627370497L},
     {"double_minus_2_60", [] { return zo_obj(-std::ldexp(1.0, 60)); }, true, -(1L << 60)},
+    {"double_minus_2_63", [] { return zo_obj(-9223372036854775808.0); }, true, LONG_MIN},
+    // Whole beyond the range of long: LONG_MIN, as the processor converts.
+    {"double_2_63", [] { return zo_obj(9223372036854775808.0); }, true, LONG_MIN},
+    {"double_minus_1e19", [] { return zo_obj(-1e19); }, true, LONG_MIN},
     {"double_nan", [] { return zo_obj(nan_d); }, false, 0},
     {"double_inf", [] { return zo_obj(inf_d); }, false, 0},
     {"double_minus_inf", [] { return zo_obj(-inf_d); }, false, 0},
