@@ -18,6 +18,7 @@ struct plain_texts {
     const char* text;
     long length;
   };
+  void prefetch(const std::string*, long, long) const {}
   item look(const std::string& t) const { return {t.data(), static_cast<long>(t.size())}; }
   void put(char* dst, const item& it) const { std::memcpy(dst, it.text, static_cast<size_t>(it.length)); }
 };
@@ -29,6 +30,7 @@ struct escaped_texts {
     long size;    // bytes of the element
     long length;  // characters of its visible form
   };
+  void prefetch(const std::string*, long, long) const {}
   item look(const std::string& t) const {
     const long n = static_cast<long>(t.size());
     return {t.data(), n, escaped_length(t.data(), n)};
