@@ -1,6 +1,7 @@
 // Cell arrays (kind 25): one bracketed summary text per element, laid out in
 // the column layout of string arrays.  A nested cell or structure shows only
 // its size and type, so a cell that contains itself prints in finite time.
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -63,37 +64,47 @@ class cell_summaries {
 
   explicit cell_summaries(long max_len) : max_len_(max_len) {}
 
-  // The elements are reached through dependent pointers (slot, value,
-  // array, text): each step ahead asks for the next link of a slot further
-  // on, whose previous link was asked for earlier, so that the memory of a
-  // large cell is read while the elements before it are measured.  `left`
-  // is the number of slots from e on, `step` their distance in storage.
-  void prefetch(const cell_array::element* e, long step, long left) const {
-    constexpr long far = 24, mid = 12, near = 6;
-    if (left > far) {
-      if (const zo_obj* v = e[far * step].get()) __builtin_prefetch(v);
-    }
-    if (left > mid) {
-      if (const zo_obj* v = e[mid * step].get()) {
-        const char* payload = static_cast<const char*>(v->payload());
-        if (payload != nullptr && v->type == type_string) {
-          __builtin_prefetch(payload);
-          __builtin_prefetch(payload + 64);
-          __builtin_prefetch(payload + 127);
+  // The elements of a column.  Each is a separate value reached through
+  // dependent pointers (slot, value, array, string), a cache miss each on a
+  // large cell: the strings of a block of elements are first found in a
+  // tight loop, which keeps the misses of many elements in flight at once,
+  // and the items are then made from what that loop brought into the cache.
+  void look_column(const cell_array::element* e, long step, long count, item* out) const {
+    constexpr long block = 256;
+    const std::string* found[block];
+    for (long b = 0; b < count; b += block) {
+      const long nb = std::min(block, count - b);
+      for (long k = 0; k < nb; ++k) {
+        const std::string* t = nullptr;
+        const zo_obj* v = e[(b + k) * step].get();
+        if (v != nullptr && v->type == type_string && v->payload() != nullptr) {
+          const auto& m = *static_cast<const matrix<std::string>*>(v->payload());
+          if (m.size() == 1) {
+            t = m.data();
+            __builtin_prefetch(t);
+          }
         }
+        found[k] = t;
       }
-    }
-    if (left > near) {
-      if (const zo_obj* v = e[near * step].get()) {
-        const void* payload = v->payload();
-        if (payload != nullptr && v->type == type_string)
-          __builtin_prefetch(static_cast<const matrix<std::string>*>(payload)->data());
+      for (long k = 0; k < nb; ++k) {
+        // Made in place: an item assembled elsewhere from narrow stores and
+        // copied in wide loads would stall on every element.
+        const cell_array::element& x = e[(b + k) * step];
+        if (const std::string* t = found[k])
+          fill_quoted(out[b + k], t->data(), static_cast<long>(t->size()), '"');
+        else
+          fill(out[b + k], x);
       }
     }
   }
 
   item look(const cell_array::element& e) const {
     item it;
+    fill(it, e);
+    return it;
+  }
+
+  void fill(item& it, const cell_array::element& e) const {
     it.kept = 0;
     it.length = 0;
     it.element = &e;
@@ -103,7 +114,7 @@ class cell_summaries {
     const zo_obj* v = e.get();
     if (v == nullptr) {
       it.how = held::nothing;
-      return it;
+      return;
     }
     const void* payload = v->payload();
     const char* text = nullptr;
@@ -127,8 +138,14 @@ class cell_summaries {
     }
     if (it.quote == 0) {
       it.length = static_cast<long>(other_text(e).size());
-      return it;
+      return;
     }
+    fill_quoted(it, text, n, it.quote);
+  }
+
+  // The item of the quoted text of the n characters at text.
+  void fill_quoted(item& it, const char* text, long n, char quote) const {
+    it.quote = quote;
     it.cut = max_len_ >= 1 && n > max_len_;
     it.kept = it.cut ? max_len_ : n;
     it.length = it.kept + 2 + (it.cut ? 3 : 0);
@@ -139,7 +156,6 @@ class cell_summaries {
       it.how = held::pointed;
       it.text = text;
     }
-    return it;
   }
 
   void put(char* dst, const item& it) {

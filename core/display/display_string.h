@@ -44,9 +44,8 @@ void obj2str_impl_from_string_mat(S& s, const matrix<std::string>& texts, long w
 // text source looks at an element once (src.look(e) gives an item whose
 // `length` is the number of characters of the element's text) and writes
 // the item's text (src.put(dst, item) writes exactly `length` characters);
-// src.prefetch(&e, step, left) is told each element before it is measured,
-// with the distance to the next element of the column and the number of
-// elements left in the column from e on.
+// src.look_column(&e, step, count, out) looks at the `count` elements of a
+// column from e on, `step` apart in storage, into out[0..count).
 // The items of the columns being paged are kept from measuring to writing
 // when they are not too many, so that each element is looked at once.
 template <class S, class E, class Source>
@@ -90,10 +89,13 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
         line.resize(static_cast<size_t>(sat_add(row_len, blanks_max)));
       }
       char* const row = short_row ? out.room() : &line[0];
+      item looked;
       char* p = row;
       for (long j = first; j <= last; ++j) {
-        const item it = keep_items ? items[static_cast<size_t>((j - first) * rows + i)]
-                                   : src.look(base[i * rs + j * cs]);
+        // Read in place: a copy stored wide and read back in narrower pieces
+        // stalls.
+        const item& it = keep_items ? items[static_cast<size_t>((j - first) * rows + i)]
+                                    : (looked = src.look(base[i * rs + j * cs]));
         std::memset(p, ' ', 4);
         p += 4;
         if (open != 0) *p++ = open;
@@ -132,11 +134,13 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
     for (long j = 0; j < cols; ++j) {
       if (s.stopped()) return;
       long w = 0;
-      for (long i = 0; i < rows; ++i) {
-        src.prefetch(&base[i * rs + j * cs], rs, rows - i);
-        const item it = src.look(base[i * rs + j * cs]);
-        w = std::max(w, it.length);
-        if (keep_items) items.push_back(it);
+      if (keep_items) {
+        const size_t at = items.size();
+        items.resize(at + static_cast<size_t>(rows));
+        src.look_column(&base[j * cs], rs, rows, &items[at]);
+        for (size_t k = at; k < items.size(); ++k) w = std::max(w, items[k].length);
+      } else {
+        for (long i = 0; i < rows; ++i) w = std::max(w, src.look(base[i * rs + j * cs]).length);
       }
       const long candidate = sat_add(sat_add(line_width, w), 4 + brackets);
       if (candidate <= width) {
