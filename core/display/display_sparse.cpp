@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <complex>
 #include <limits>
@@ -148,12 +149,16 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
       if (s.stopped()) return;
       char* const line = out.room();
       char* p = line;
-      if (row_table != nullptr) {
-        std::memcpy(p, row_table + ir[k] * row_text_size, row_text_size);  // a fixed size: no call
+      const auto row = static_cast<unsigned long>(ir[k]);
+      if (row_table != nullptr && row < static_cast<unsigned long>(rows)) {
+        std::memcpy(p, row_table + row * row_text_size, row_text_size);  // a fixed size: no call
         p += row_len;
-      } else {
+      } else if (row < static_cast<unsigned long>(rows)) {
         std::memcpy(p, "  (", 3);
-        p = put_field(p + 3, static_cast<unsigned long>(ir[k] + 1), rw);
+        p = put_field(p + 3, row + 1, rw);
+      } else {
+        // A row index outside the matrix (a broken matrix) is shown as it is.
+        p += std::snprintf(p, 32, "  (%*ld", rw, static_cast<long>(row + 1));
       }
       std::memcpy(p, col_text, sizeof col_text);  // a fixed size: no call; the room has space
       p += col_len;

@@ -99,6 +99,10 @@ TEST(SparseDisplaySlack, OnlyRealEntriesAreShown) {
   const zo_obj v(type_sparse_double, m);
   global::fmt_fl = {0, 0};
   EXPECT_EQ(internal::obj2str(v, 80), "  2x2 sparse double\n  (1,1)    1.0000\n  (2,2)    2.0000\n");
+  // A row index outside the matrix is printed as it is, without reading
+  // outside the table of row texts.
+  m->ir()[m->jc()[1]] = 40;
+  EXPECT_EQ(internal::obj2str(v, 80), "  2x2 sparse double\n  (1,1)    1.0000\n  (41,2)    2.0000\n");
   global::fmt_fl = {0, 256};
 }
 
