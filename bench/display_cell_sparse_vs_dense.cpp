@@ -4,21 +4,21 @@
 // Items per second is elements per second; the ratios are times per element.
 //
 // Medians of 3 (CPU), on a shared machine whose other work moves the
-// memory-bound cell figure by +-15 %: dense 12.4-13.3 ns per element, cell
-// 33-43 ns (2.7-3.2x, was 3.1-3.3x), sparse 12.3-16.2 ns (1.0-1.2x, was
-// 1.45-1.6x).  Before the dense speed-up dense was 46 ns, cell 62 ns, sparse
-// 63 ns.
+// memory-bound figures by 10-20 %: dense 12.8-13.0 ns per element; cell
+// 35.6-37.7 ns (2.4-3.0x, was 3.1-3.3x); sparse 12.5-15.0 ns (1.0-1.16x,
+// was 1.45-1.6x); the raw walk to the cell's texts 23.6 ns (1.8x), the cell
+// 1.5-1.6x that walk.  Before the dense speed-up dense was 46 ns, cell 62
+// ns, sparse 63 ns.
 //
 // Sparse: the "  (row" texts come from a table made once per matrix, so an
 // entry line costs about what a dense element does.  Cell: every element is
 // a separate value reached through dependent pointers (slot, value, array,
 // string); this cell's values and their arrays take about 240 bytes of heap
 // each and the strings' storage blocks another 110, so merely reading each
-// element's text streams about 350 MB: about 20 ns per element at the 14-17
-// GB/s that one core reads here, already 1.6x the dense time, before any
-// text is written.  What is left above that is the second pass over the
-// kept items of a page (the column widths must be known before a row is
-// written).
+// element's text streams about 350 MB, which the walk measures: already
+// more than 1.3x the dense time before any text is made.  What is left above
+// the walk is the second pass over the kept items of a page (the column
+// widths must be known before a row is written) and the making of the items.
 #include <ostream>
 #include <random>
 #include <streambuf>
