@@ -3,13 +3,22 @@
 // obj2console of a dense 1000x1000 double matrix (the same element count).
 // Items per second is elements per second; the ratios are times per element.
 //
-// Medians of 3 (CPU): dense 12.6 ns per element, cell 39-41 ns (3.1x),
-// sparse 20.3 ns (1.6x); before the dense speed-up dense was 46 ns, cell
-// 62 ns (1.34x), sparse 63 ns (1.37x).  The cell's time is the walk to its
-// texts: each element is a separate value reached through three dependent
-// pointers (slot, value, array, string), a cache miss each on a million
-// elements; every element is now looked at once.  A sparse entry line is
-// 2.6 times the text of a dense element (its position comes first).
+// Medians of 3 (CPU), on a shared machine whose other work moves the
+// memory-bound figures by 10-20 %: dense 12.8-13.0 ns per element; cell
+// 35.6-37.7 ns (2.4-3.0x, was 3.1-3.3x); sparse 12.5-15.0 ns (1.0-1.16x,
+// was 1.45-1.6x); the raw walk to the cell's texts 23.6 ns (1.8x), the cell
+// 1.5-1.6x that walk.  Before the dense speed-up dense was 46 ns, cell 62
+// ns, sparse 63 ns.
+//
+// Sparse: the "  (row" texts come from a table made once per matrix, so an
+// entry line costs about what a dense element does.  Cell: every element is
+// a separate value reached through dependent pointers (slot, value, array,
+// string); this cell's values and their arrays take about 240 bytes of heap
+// each and the strings' storage blocks another 110, so merely reading each
+// element's text streams about 350 MB, which the walk measures: already
+// more than 1.3x the dense time before any text is made.  What is left above
+// the walk is the second pass over the kept items of a page (the column
+// widths must be known before a row is written) and the making of the items.
 #include <ostream>
 #include <random>
 #include <streambuf>
@@ -19,6 +28,7 @@
 #include "display/display.h"
 #include "ratio.h"
 #include "sparse/sparse_matrix.h"
+#include "matrix/matrix.h"
 #include "value/cell_array.h"
 #include "value/zo_obj.h"
 
@@ -79,6 +89,26 @@ void run(benchmark::State& state, const zo_obj& v) {
                                                          benchmark::Counter::kInvert);
 }
 
+// The floor of the cell's time: a raw loop that only reaches the text of
+// every element (slot, value, array, string) and adds up the lengths.
+void BM_CellTextWalkMillion(benchmark::State& state) {
+  const auto& c = cell_of_strings().get<zorvat::cell_array>().data();
+  for (auto _ : state) {
+    long total = 0;
+    const auto* slot = c.data();
+    for (long k = 0; k < n * n; ++k) {
+      const zo_obj& v = *slot[k];
+      const auto& m = v.get<zorvat::matrix<std::string>>();
+      total += m.size() == 1 ? static_cast<long>(m.data()->size()) + v.type : 0;
+    }
+    benchmark::DoNotOptimize(total);
+  }
+  state.SetItemsProcessed(state.iterations() * n * n);
+  state.counters["ns_per_element"] =
+      benchmark::Counter(static_cast<double>(n * n), benchmark::Counter::kIsIterationInvariantRate |
+                                                         benchmark::Counter::kInvert);
+}
+
 void BM_DenseDoubleMillion(benchmark::State& state) { run(state, dense_doubles()); }
 void BM_CellOfStringsMillion(benchmark::State& state) { run(state, cell_of_strings()); }
 void BM_SparseMillion(benchmark::State& state) { run(state, sparse_million()); }
@@ -88,6 +118,9 @@ void BM_SparseMillion(benchmark::State& state) { run(state, sparse_million()); }
 BENCHMARK(BM_DenseDoubleMillion)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_CellOfStringsMillion)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SparseMillion)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_CellTextWalkMillion)->Unit(benchmark::kMillisecond);
 ZORVAT_BENCH_RATIO("BM_CellOfStringsMillion", "BM_DenseDoubleMillion");
 ZORVAT_BENCH_RATIO("BM_SparseMillion", "BM_DenseDoubleMillion");
+ZORVAT_BENCH_RATIO("BM_CellTextWalkMillion", "BM_DenseDoubleMillion");
+ZORVAT_BENCH_RATIO("BM_CellOfStringsMillion", "BM_CellTextWalkMillion");
 ZORVAT_BENCH_MAIN();

@@ -1,6 +1,7 @@
 // Cell arrays (kind 25): one bracketed summary text per element, laid out in
 // the column layout of string arrays.  A nested cell or structure shows only
 // its size and type, so a cell that contains itself prints in finite time.
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -9,6 +10,7 @@
 #include "display/display_string.h"
 #include "display/display_text.h"
 #include "memory/str_util.h"
+#include "memory/zo_assert.h"
 #include "value/cell_array.h"
 #include "value/zo_obj.h"
 
@@ -17,65 +19,163 @@ namespace internal {
 
 namespace {
 
+// Copies n <= 16 bytes in at most two fixed-size moves each way (the texts
+// are a few characters long: a library call would cost more than the copy).
+inline void copy_short(char* dst, const char* src, long n) {
+  ZORVAT_ASSERT(n >= 0 && n <= 16);
+  if (n >= 8) {
+    std::memcpy(dst, src, 8);
+    std::memcpy(dst + n - 8, src + n - 8, 8);
+  } else if (n >= 4) {
+    std::memcpy(dst, src, 4);
+    std::memcpy(dst + n - 4, src + n - 4, 4);
+  } else if (n > 0) {
+    dst[0] = src[0];
+    dst[n / 2] = src[n / 2];
+    dst[n - 1] = src[n - 1];
+  }
+}
+
 // The summary texts of cell elements, at most about max_len characters of
-// content each.  A quoted text held in one piece is looked at once: its item
-// points at the characters kept.  Other summaries (a row vector's, which
-// must be formatted to be measured, the size and type text, a char row
-// stored with gaps) are made again when written; the last one made is kept.
+// content each.  A quoted text held in one piece is looked at once: a short
+// one is copied into its item, a longer one is pointed at, so that writing
+// the rows does not go back to the element.  Other summaries (a row
+// vector's, which must be formatted to be measured, the size and type text,
+// a char row stored with gaps) are made again when written; the last one
+// made is kept.
 class cell_summaries {
  public:
+  static constexpr long inline_max = 16;
+  enum class held : char { nothing, copied, pointed, made };
+  // 40 bytes: the items of the columns being paged are kept in a vector
+  // whose traffic counts on a large cell.
   struct item {
-    const cell_array::element* element;  // null: an empty slot
-    const char* text;                     // the kept characters, or null: made again
-    long kept;
-    long length;
+    long kept;    // characters of the text kept
+    long length;  // the whole summary
+    union {
+      const cell_array::element* element;  // `made`
+      const char* text;                     // `pointed`
+      char copy[inline_max];                // `copied`
+    };
+    held how;
     char quote;
     bool cut;
   };
 
   explicit cell_summaries(long max_len) : max_len_(max_len) {}
 
-  item look(const cell_array::element& e) {
-    item it{&e, nullptr, 0, 0, 0, false};
-    if (e == nullptr) {
-      it.element = nullptr;
-      return it;
-    }
-    const zo_obj& v = *e;
-    if (quoted(v)) {
-      long n = -1;
-      if (v.type == type_string) {
-        const std::string& t = *v.get<matrix<std::string>>().data();
-        it.text = t.data();
-        n = static_cast<long>(t.size());
-      } else {
-        const auto& m = v.get<matrix<char>>();
-        if (m.is_contiguous()) {
-          it.text = m.data();
-          n = m.size();
+  // The elements of a column.  Each is a separate value reached through
+  // dependent pointers (slot, value, array, string), a cache miss each on a
+  // large cell: the strings of a block of elements are first found in a
+  // tight loop, which keeps the misses of many elements in flight at once,
+  // and the items are then made from what that loop brought into the cache.
+  void look_column(const cell_array::element* e, long step, long count, item* out) const {
+    constexpr long block = 256;
+    const std::string* found[block];
+    for (long b = 0; b < count; b += block) {
+      const long nb = std::min(block, count - b);
+      for (long k = 0; k < nb; ++k) {
+        const std::string* t = nullptr;
+        const zo_obj* v = e[(b + k) * step].get();
+        if (v != nullptr && v->type == type_string && v->payload() != nullptr) {
+          const auto& m = *static_cast<const matrix<std::string>*>(v->payload());
+          if (m.size() == 1) {
+            t = m.data();
+            __builtin_prefetch(t);
+          }
         }
+        found[k] = t;
       }
-      if (it.text != nullptr) {
-        it.quote = v.type == type_string ? '"' : '\'';
-        it.cut = max_len_ >= 1 && n > max_len_;
-        it.kept = it.cut ? max_len_ : n;
-        it.length = it.kept + 2 + (it.cut ? 3 : 0);
-        return it;
+      for (long k = 0; k < nb; ++k) {
+        // Made in place: an item assembled elsewhere from narrow stores and
+        // copied in wide loads would stall on every element.
+        const cell_array::element& x = e[(b + k) * step];
+        if (const std::string* t = found[k])
+          fill_quoted(out[b + k], t->data(), static_cast<long>(t->size()), '"');
+        else
+          fill(out[b + k], x);
       }
     }
-    it.length = static_cast<long>(other_text(e).size());
+  }
+
+  item look(const cell_array::element& e) const {
+    item it;
+    fill(it, e);
     return it;
   }
 
-  void put(char* dst, const item& it) {
-    if (it.element == nullptr) return;
-    if (it.text == nullptr) {
-      const std::string& t = other_text(*it.element);
-      std::memcpy(dst, t.data(), t.size());
+  void fill(item& it, const cell_array::element& e) const {
+    it.kept = 0;
+    it.length = 0;
+    it.element = &e;
+    it.how = held::made;
+    it.quote = 0;
+    it.cut = false;
+    const zo_obj* v = e.get();
+    if (v == nullptr) {
+      it.how = held::nothing;
       return;
     }
-    *dst++ = it.quote;
-    std::memcpy(dst, it.text, static_cast<size_t>(it.kept));
+    const void* payload = v->payload();
+    const char* text = nullptr;
+    long n = 0;
+    if (payload == nullptr) {
+    } else if (v->type == type_string) {
+      const auto& m = *static_cast<const matrix<std::string>*>(payload);
+      if (m.size() == 1) {
+        const std::string& t = *m.data();
+        text = t.data();
+        n = static_cast<long>(t.size());
+        it.quote = '"';
+      }
+    } else if (v->type == type_char) {
+      const auto& m = *static_cast<const matrix<char>*>(payload);
+      if ((m.is_empty() || (m.ndims() == 2 && m.rows() == 1)) && m.is_contiguous()) {
+        text = m.data();
+        n = m.size();
+        it.quote = '\'';
+      }
+    }
+    if (it.quote == 0) {
+      it.length = static_cast<long>(other_text(e).size());
+      return;
+    }
+    fill_quoted(it, text, n, it.quote);
+  }
+
+  // The item of the quoted text of the n characters at text.
+  void fill_quoted(item& it, const char* text, long n, char quote) const {
+    it.quote = quote;
+    it.cut = max_len_ >= 1 && n > max_len_;
+    it.kept = it.cut ? max_len_ : n;
+    it.length = it.kept + 2 + (it.cut ? 3 : 0);
+    if (it.kept <= inline_max) {
+      it.how = held::copied;
+      copy_short(it.copy, text, it.kept);
+    } else {
+      it.how = held::pointed;
+      it.text = text;
+    }
+  }
+
+  void put(char* dst, const item& it) {
+    switch (it.how) {
+      case held::nothing:
+        return;
+      case held::made: {
+        const std::string& t = other_text(*it.element);
+        std::memcpy(dst, t.data(), t.size());
+        return;
+      }
+      case held::copied:
+        *dst++ = it.quote;
+        copy_short(dst, it.copy, it.kept);
+        break;
+      case held::pointed:
+        *dst++ = it.quote;
+        std::memcpy(dst, it.text, static_cast<size_t>(it.kept));
+        break;
+    }
     dst += it.kept;
     if (it.cut) {
       std::memcpy(dst, "...", 3);
@@ -95,7 +195,7 @@ class cell_summaries {
 
   // The quoted text of a char row stored with gaps, the row vector text, or
   // the size and type text.  The last one made is kept.
-  const std::string& other_text(const cell_array::element& e) {
+  const std::string& other_text(const cell_array::element& e) const {
     if (e.get() == cached_) return cache_;
     cached_ = e.get();
     cache_.clear();
@@ -110,8 +210,8 @@ class cell_summaries {
   }
 
   long max_len_;
-  const zo_obj* cached_ = nullptr;
-  std::string cache_;
+  mutable const zo_obj* cached_ = nullptr;
+  mutable std::string cache_;
 };
 
 }  // namespace

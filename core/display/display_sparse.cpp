@@ -1,11 +1,14 @@
 // Sparse matrices (kinds 26..30): one line per stored entry.
 #include "display/display_sparse.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <complex>
 #include <limits>
 #include <type_traits>
+#include <vector>
 
 #include "display/display_dense.h"
 #include "display/display_format.h"
@@ -27,34 +30,26 @@ int decimal_digits(long v) {
   return n;
 }
 
-// Writes v (>= 0) right-aligned in w characters; returns the end.  May
-// write blanks up to 24 characters past p.
-char* put_padded(char* p, long v, int w) {
-  char digits[24];
-  char* const end = digits + sizeof digits;
+// Writes v right-aligned in a field of w characters; returns the field's
+// end.  The digits go backwards from the end, so no copy of a variable
+// length is made (a call each); 24 characters at p are written (blanks past
+// the field).
+// REQUIRES: 1 <= w <= 20 and v has at most w decimal digits.
+inline char* put_field(char* p, unsigned long v, int w) {
+  ZORVAT_ASSERT(w >= 1 && w <= 20 && decimal_digits(static_cast<long>(v)) <= w);
+  std::memset(p, ' ', 24);  // a fixed size: no call
+  char* const end = p + w;
   char* q = end;
-  auto u = static_cast<unsigned long>(v);
-  while (u >= 100) {
+  while (v >= 100) {
     q -= 2;
-    std::memcpy(q, digit_pairs + 2 * (u % 100), 2);
-    u /= 100;
+    std::memcpy(q, digit_pairs + 2 * (v % 100), 2);
+    v /= 100;
   }
-  if (u >= 10) {
-    q -= 2;
-    std::memcpy(q, digit_pairs + 2 * u, 2);
-  } else {
-    *--q = static_cast<char>('0' + u);
-  }
-  const int n = static_cast<int>(end - q);
-  if (n < w) {
-    if (w <= 24)
-      std::memset(p, ' ', 24);  // a fixed size: no call
-    else
-      std::memset(p, ' ', static_cast<size_t>(w - n));
-    p += w - n;
-  }
-  std::memcpy(p, q, static_cast<size_t>(n));
-  return p + n;
+  if (v >= 10)
+    std::memcpy(q - 2, digit_pairs + 2 * v, 2);
+  else
+    q[-1] = static_cast<char>('0' + v);
+  return end;
 }
 
 }  // namespace
@@ -62,20 +57,28 @@ char* put_padded(char* p, long v, int w) {
 template <class M, class B>
 double get_scale_float(const M& m, B lower, B upper) {
   using T = typename M::value_type;
-  double max_mag = 1.0;
+  auto magnitude = [](const T& v) {
+    if constexpr (std::is_same_v<T, bool>)
+      return v ? 1.0 : 0.0;
+    else
+      return static_cast<double>(std::abs(v));
+  };
+  // The larger of a and the finite magnitude x (NaN and inf are skipped).
+  auto finite_max = [](double a, double x) {
+    return x <= std::numeric_limits<double>::max() && x > a ? x : a;
+  };
+  // Four independent maxima: one chain would wait for each comparison.
+  double max4[4] = {1.0, 1.0, 1.0, 1.0};
   const T* pr = m.pr();
   const long* jc = m.jc();
   const long* jce = m.jce();
   for (long j = 0, n = m.cols(); j < n; ++j) {
-    for (long k = jc[j]; k < jce[j]; ++k) {
-      double mag;
-      if constexpr (std::is_same_v<T, bool>)
-        mag = pr[k] ? 1.0 : 0.0;
-      else
-        mag = static_cast<double>(std::abs(pr[k]));
-      if (mag <= std::numeric_limits<double>::max() && mag > max_mag) max_mag = mag;  // skips NaN, inf
-    }
+    long k = jc[j];
+    for (; k + 4 <= jce[j]; k += 4)
+      for (int q = 0; q < 4; ++q) max4[q] = finite_max(max4[q], magnitude(pr[k + q]));
+    for (; k < jce[j]; ++k) max4[0] = finite_max(max4[0], magnitude(pr[k]));
   }
+  const double max_mag = std::max(std::max(max4[0], max4[1]), std::max(max4[2], max4[3]));
   const double e = std::floor(std::log10(max_mag));
   if (e >= upper || e <= lower) return std::pow(10.0, e);
   return 1.0;
@@ -121,9 +124,24 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
   // text (or one sign character) and "\n".
   static_assert(64 + compiled_format::max_text <= chunked_writer<S>::max_piece, "an entry line is one piece");
   chunked_writer<S> out(s);
+  // "  (" and the padded row number of every row, 16 characters a row, when
+  // there are no more rows than entries (making it costs less than writing
+  // the numbers) and the table stays small enough to stay in the cache.
+  constexpr int row_text_size = 16;
+  const int row_len = 3 + rw;
+  std::vector<char> row_texts;
+  if (row_len <= row_text_size && rows <= entries && rows <= (1L << 16)) {
+    row_texts.resize(static_cast<size_t>(rows * row_text_size + 24));
+    for (long i = 0; i < rows; ++i) {
+      char* t = &row_texts[static_cast<size_t>(i * row_text_size)];
+      std::memcpy(t, "  (", 3);
+      put_field(t + 3, static_cast<unsigned long>(i + 1), rw);
+    }
+  }
+  const char* const row_table = row_texts.empty() ? nullptr : row_texts.data();
   char col_text[32] = {};  // "," column ")" of the current column
   for (long j = 0; j < cols; ++j) {
-    char* const col_end = put_padded(col_text + 1, j + 1, cw);
+    char* const col_end = put_field(col_text + 1, static_cast<unsigned long>(j + 1), cw);
     col_text[0] = ',';
     *col_end = ')';
     const size_t col_len = static_cast<size_t>(col_end + 1 - col_text);
@@ -131,10 +149,17 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
       if (s.stopped()) return;
       char* const line = out.room();
       char* p = line;
-      *p++ = ' ';
-      *p++ = ' ';
-      *p++ = '(';
-      p = put_padded(p, ir[k] + 1, rw);
+      const auto row = static_cast<unsigned long>(ir[k]);
+      if (row_table != nullptr && row < static_cast<unsigned long>(rows)) {
+        std::memcpy(p, row_table + row * row_text_size, row_text_size);  // a fixed size: no call
+        p += row_len;
+      } else if (row < static_cast<unsigned long>(rows)) {
+        std::memcpy(p, "  (", 3);
+        p = put_field(p + 3, row + 1, rw);
+      } else {
+        // A row index outside the matrix (a broken matrix) is shown as it is.
+        p += std::snprintf(p, 32, "  (%*ld", rw, static_cast<long>(row + 1));
+      }
       std::memcpy(p, col_text, sizeof col_text);  // a fixed size: no call; the room has space
       p += col_len;
       if (format == 9)

@@ -18,6 +18,9 @@ struct plain_texts {
     const char* text;
     long length;
   };
+  void look_column(const std::string* t, long step, long count, item* out) const {
+    for (long k = 0; k < count; ++k) out[k] = look(t[k * step]);
+  }
   item look(const std::string& t) const { return {t.data(), static_cast<long>(t.size())}; }
   void put(char* dst, const item& it) const { std::memcpy(dst, it.text, static_cast<size_t>(it.length)); }
 };
@@ -29,6 +32,9 @@ struct escaped_texts {
     long size;    // bytes of the element
     long length;  // characters of its visible form
   };
+  void look_column(const std::string* t, long step, long count, item* out) const {
+    for (long k = 0; k < count; ++k) out[k] = look(t[k * step]);
+  }
   item look(const std::string& t) const {
     const long n = static_cast<long>(t.size());
     return {t.data(), n, escaped_length(t.data(), n)};

@@ -43,7 +43,9 @@ void obj2str_impl_from_string_mat(S& s, const matrix<std::string>& texts, long w
 // The layout of obj2str_impl_from_string_mat over the elements of m.  The
 // text source looks at an element once (src.look(e) gives an item whose
 // `length` is the number of characters of the element's text) and writes
-// the item's text (src.put(dst, item) writes exactly `length` characters).
+// the item's text (src.put(dst, item) writes exactly `length` characters);
+// src.look_column(&e, step, count, out) looks at the `count` elements of a
+// column from e on, `step` apart in storage, into out[0..count).
 // The items of the columns being paged are kept from measuring to writing
 // when they are not too many, so that each element is looked at once.
 template <class S, class E, class Source>
@@ -64,6 +66,8 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
   std::vector<long> col_width;
   std::string line;
   chunked_writer<S> out(s);
+  constexpr long blanks_max = 16;
+  static const char blanks[] = "                ";
   // Writes the rows of the page of columns first..last (widths in col_width,
   // indexed from first); `several` adds the page header.
   auto write_page = [&](const E* base, long first, long last, bool several) {
@@ -77,23 +81,31 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
     for (long i = 0; i < rows && !s.stopped(); ++i) {
       // A row is one insertion: short rows are made in the writer's room,
       // long ones in a string of their own.
-      const bool short_row = row_len <= static_cast<long>(chunked_writer<S>::max_piece);
+      // Short paddings are written as blanks_max blanks (a fixed size, no
+      // call), which may reach that far past the row's end.
+      const bool short_row = row_len <= static_cast<long>(chunked_writer<S>::max_piece) - blanks_max;
       if (!short_row) {
         out.flush();
-        line.resize(static_cast<size_t>(row_len));
+        line.resize(static_cast<size_t>(sat_add(row_len, blanks_max)));
       }
       char* const row = short_row ? out.room() : &line[0];
+      item looked;
       char* p = row;
       for (long j = first; j <= last; ++j) {
-        const item it = keep_items ? items[static_cast<size_t>((j - first) * rows + i)]
-                                   : src.look(base[i * rs + j * cs]);
+        // Read in place: a copy stored wide and read back in narrower pieces
+        // stalls.
+        const item& it = keep_items ? items[static_cast<size_t>((j - first) * rows + i)]
+                                    : (looked = src.look(base[i * rs + j * cs]));
         std::memset(p, ' ', 4);
         p += 4;
         if (open != 0) *p++ = open;
         src.put(p, it);
         p += it.length;
         const long fill = col_width[static_cast<size_t>(j - first)] - it.length;
-        std::memset(p, ' ', static_cast<size_t>(fill));
+        if (fill <= blanks_max)
+          std::memcpy(p, blanks, blanks_max);
+        else
+          std::memset(p, ' ', static_cast<size_t>(fill));
         p += fill;
         if (close != 0) *p++ = close;
       }
@@ -101,7 +113,7 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
       if (short_row)
         out.commit(static_cast<size_t>(p - row));
       else
-        s << line;
+        s.write(line.data(), static_cast<size_t>(row_len));
     }
     out.flush();
   };
@@ -122,10 +134,13 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
     for (long j = 0; j < cols; ++j) {
       if (s.stopped()) return;
       long w = 0;
-      for (long i = 0; i < rows; ++i) {
-        const item it = src.look(base[i * rs + j * cs]);
-        w = std::max(w, it.length);
-        if (keep_items) items.push_back(it);
+      if (keep_items) {
+        const size_t at = items.size();
+        items.resize(at + static_cast<size_t>(rows));
+        src.look_column(&base[j * cs], rs, rows, &items[at]);
+        for (size_t k = at; k < items.size(); ++k) w = std::max(w, items[k].length);
+      } else {
+        for (long i = 0; i < rows; ++i) w = std::max(w, src.look(base[i * rs + j * cs]).length);
       }
       const long candidate = sat_add(sat_add(line_width, w), 4 + brackets);
       if (candidate <= width) {

@@ -1,6 +1,8 @@
 // Whole texts of obj2str for sparse matrices: one table per display rule.
 #include <complex>
+#include <cstdio>
 #include <limits>
+#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -8,6 +10,7 @@
 #include "display/display.h"
 #include "display/display_sparse.h"
 #include "display_test_util.h"
+#include "memory/str_util.h"
 #include "sparse/sparse_matrix.h"
 
 namespace zorvat_test {
@@ -96,7 +99,48 @@ TEST(SparseDisplaySlack, OnlyRealEntriesAreShown) {
   const zo_obj v(type_sparse_double, m);
   global::fmt_fl = {0, 0};
   EXPECT_EQ(internal::obj2str(v, 80), "  2x2 sparse double\n  (1,1)    1.0000\n  (2,2)    2.0000\n");
+  // A row index outside the matrix is printed as it is, without reading
+  // outside the table of row texts.
+  m->ir()[m->jc()[1]] = 40;
+  EXPECT_EQ(internal::obj2str(v, 80), "  2x2 sparse double\n  (1,1)    1.0000\n  (41,2)    2.0000\n");
   global::fmt_fl = {0, 256};
+}
+
+// Entry lines against a model made with snprintf, over random matrices whose
+// row count is below, near and far above the number of entries (the row
+// texts are then made in two different ways), with index widths from 1 to 7
+// digits and values that need the scale line.
+TEST(SparseEntryLines, MatchPrintfModel) {
+  std::mt19937_64 rng(23);
+  const long row_counts[] = {1, 9, 10, 99, 100, 5000, 1234567};
+  const long col_counts[] = {1, 10, 311};
+  for (long rows : row_counts)
+    for (long cols : col_counts)
+      for (double top : {1.0, 5e4}) {
+        if (rows * cols == 1) continue;  // a scalar is never scaled (see above)
+        std::uniform_int_distribution<long> row(0, rows - 1), col(0, cols - 1);
+        std::uniform_real_distribution<double> val(-top, top);
+        const long count = std::uniform_int_distribution<long>(1, 400)(rng);
+        std::vector<triplet<double>> t;
+        for (long k = 0; k < count; ++k) t.push_back({val(rng), col(rng), row(rng)});
+        const zo_obj v(type_sparse_double, new sparse_matrix<double>(t, rows, cols));
+        const auto& m = v.get<sparse_matrix<double>>();
+        global::fmt_fl = {0, 0};
+        const std::string got = internal::obj2str(v, 80);
+        global::fmt_fl = {0, 256};
+        char buf[128];
+        std::snprintf(buf, sizeof buf, "  %ldx%ld sparse double\n", rows, cols);
+        std::string want = buf;
+        const double scale = internal::get_scale_float(m, -3.0, 3.0);
+        if (scale != 1.0) want += zorvat::str_format("  %.1e *", scale) + "\n";
+        const int rw = std::snprintf(nullptr, 0, "%ld", rows), cw = std::snprintf(nullptr, 0, "%ld", cols);
+        for (long j = 0; j < cols; ++j)
+          for (long k = m.jc()[j]; k < m.jce()[j]; ++k) {
+            std::snprintf(buf, sizeof buf, "  (%*ld,%*ld) %9.4f\n", rw, m.ir()[k] + 1, cw, j + 1, m.pr()[k] / scale);
+            want += buf;
+          }
+        ASSERT_EQ(got, want) << rows << "x" << cols << " with " << count << " entries";
+      }
 }
 
 TEST(SparseScale, LowerAndUpperBoundsAreExponents) {

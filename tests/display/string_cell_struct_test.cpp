@@ -2,12 +2,15 @@
 // handles, external objects and kinds without a rendering: one table per rule.
 #include <climits>
 #include <memory>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "display/display.h"
+#include "display/display_kinds.h"
 #include "display/display_string.h"
+#include "display/display_text.h"
 #include "display_test_util.h"
 #include "sparse/sparse_matrix.h"
 #include "value/cell_array.h"
@@ -181,6 +184,51 @@ TEST(CellDisplay, SelfContainingAndDeeplyNestedCellsDoNotRecurse) {
     auto next = chain->get<cell_array>()(0);
     chain->get<cell_array>()(0) = nullptr;
     chain = next;
+  }
+}
+
+// Cells of random elements against the layout of their summary texts made
+// one by one (quoted and cut texts of every length around the cut and the
+// short-text copy, char rows stored with gaps, several-row char arrays, row
+// vectors, matrices, empty slots), at widths that cut and page differently.
+TEST(CellDisplay, MatchesLayoutOfSummaryTexts) {
+  std::mt19937_64 rng(41);
+  auto pick = [&](long n) { return static_cast<long>(rng() % static_cast<unsigned long>(n)); };
+  const zo_obj gapped = outer_columns<char>({'a', 'b', 'c', 'd', 'e', 'f'});
+  for (long width : {12L, 30L, 80L, 200L}) {
+    const long max_len = 2 * width / 5;
+    for (int round = 0; round < 20; ++round) {
+      const long m = 1 + pick(5), n = 1 + pick(9);
+      auto* c = new cell_array(m, n);
+      matrix<std::string> texts(m, n);
+      for (long k = 0; k < m * n; ++k) {
+        const std::string t(static_cast<size_t>(pick(40)), static_cast<char>('a' + pick(26)));
+        std::shared_ptr<zo_obj> e;
+        switch (pick(7)) {
+          case 0: e = item(t.c_str()); break;
+          case 1: e = chars(t); break;
+          case 2: e = item(gapped); break;
+          case 3: e = item(arr<char>({2, 2}, {'a', 'b', 'c', 'd'})); break;
+          case 4: e = item(arr<double>({1, 2}, {0.5, static_cast<double>(pick(1000))})); break;
+          case 5: e = item(arr<double>({3, 3})); break;
+          default: break;  // an empty slot
+        }
+        (*c)(k) = e;
+        if (e == nullptr)
+          texts(k) = "";
+        else if (e->type == type_string || (e->type == type_char && e->get<matrix<char>>().rows() <= 1))
+          texts(k) = internal::string_quote_truncate(*e, max_len);
+        else if (e->is_row_vector())
+          texts(k) = internal::row_vector_to_string(*e, max_len, true);
+        else
+          texts(k) = cell_array::size_str_cell(e) + " " + cell_array::type_str_cell(e);
+      }
+      const zo_obj v(type_cell, c);
+      internal::FixedLengthStream got(1 << 20), want(1 << 20);
+      internal::obj2str_impl_cell(got, v, width);
+      internal::obj2str_impl_from_string_mat(want, texts, width, '{', '}', 0);
+      ASSERT_EQ(got.str(), want.str()) << m << "x" << n << " at width " << width;
+    }
   }
 }
 
