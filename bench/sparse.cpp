@@ -17,17 +17,20 @@
 //      1  fresh memory every time (the heap is trimmed before each build),
 //      2  a warm heap (trimming and mmap switched off; runs last).
 //    The two constructions of one size and state run back to back.
-//    Time ratios for 1e4 / 1e5 / 1e6 / 1e7, medians of 3 with other builds
-//    sharing the 2 cores (the 1e6 and 1e7 figures move by +-0.05 from run to
-//    run): state 0  0.28 / 0.42 / 0.51 / 0.49, state 1  0.31 / 0.49 / 0.50 /
-//    0.52, state 2  0.30 / 0.44 / 0.55 / 0.54.  Before the pairs ran back to
-//    back, 1e4 in state 0 came out at 0.56-0.59 only because Eigen's run
-//    found the heap that our 1e7 run had left (0.37 with the same history).
+//    Time ratios for 1e4 / 1e5 / 1e6 / 1e7, medians of 3, two full runs
+//    with the machine at a load average of 2 to 5 (other builds):
+//      state 0  0.28-0.36 / 0.42 / 0.51-0.56 / 0.49-0.50
+//      state 1  0.31-0.33 / 0.41-0.49 / 0.43-0.50 / 0.51-0.52
+//      state 2  0.28-0.30 / 0.44-0.45 / 0.55-0.61 / 0.53-0.54
+//    so 1e6 and 1e7 sit at 0.5 rather than reliably under it.  Before the
+//    pairs ran back to back, 1e4 in state 0 came out at 0.56-0.59 only
+//    because Eigen's run found the heap that our 1e7 run had left (0.37
+//    with the same history).
 //    Peak ratio 0.843 / 0.850 / 0.691 / 0.673 for 1e4 .. 1e7, and 0.6 is out
 //    of reach: the result itself, which the construction has to give
 //    exactly (nzmax = the number of triplets, long rows, double values, long
 //    column starts and ends), takes 16 B per triplet and 16 B per column,
-//    153 KiB + 1.53 MiB at 1e4 and 153 MiB + 1.53 MiB at 1e7; Eigen's whole
+//    156 KiB + 1.53 MiB at 1e4 and 152.6 MiB + 1.53 MiB at 1e7; Eigen's whole
 //    peak is about 24 B per entry (its transposed copy and the result, int
 //    indices) plus 16-20 B per column: 2.0 / 3.8 / 24.4 / 230.4 MiB.  So the
 //    lower bound of the ratio is 0.84 / 0.80 / 0.69 / 0.669; ours adds only
