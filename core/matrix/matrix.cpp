@@ -227,15 +227,6 @@ void matrix<T>::iterator::advance_along_dim(long d) {
   il_ = index_[last];
 }
 
-template <class T>
-void matrix<T>::iterator::move_to_end() {
-  if (index_.empty()) return;
-  const size_t last = index_.size() - 1;
-  index_[last] = m_->dims_[last];
-  il_ = index_[last];
-  ptr_ = m_->data_ + m_->dims_[last] * m_->strides_[last];
-}
-
 // ---------------------------------------------------------------- views and copies
 
 template <class T>

@@ -302,14 +302,30 @@ class matrix : public matrix_base {
     // counts as 0 and one past the last dimension as the last.
     // REQUIRES: the iterator is not at the end.
     void advance_along_dim(long d);
-    void move_to_end();
+    // Inline so that a walk sees the end position's subscripts as constants.
+    // REQUIRES: at least two subscripts (every array has two dims or more),
+    // so that the first one, and i0_, stay as they are.
+    void move_to_end() {
+      if (index_.empty()) return;
+      const size_t last = index_.size() - 1;
+      ZORVAT_ASSERT(last >= 1);
+      il_ = index_[last] = m_->dims_[last];
+      ptr_ = m_->data_ + m_->dims_[last] * m_->strides_[last];
+    }
 
     // Compares the subscripts from the last entry down to the first; the
     // length of the left operand decides (an entry the right operand lacks
     // counts as 0).
     bool operator==(const iterator& o) const {
       const size_t n = index_.size(), on = o.index_.size();
-      // The last subscript decides almost every comparison with end().
+      // Between two wraps of the first subscript a walk is at a non-zero
+      // first subscript, which end()'s (a zero, seen as a constant when
+      // end() is made in the same function) is not: one register test, and
+      // the walk's loop keeps a single branch back.  A non-zero i0_ implies
+      // that this iterator has subscripts, and o.i0_ is o's first entry or
+      // the 0 that stands for a missing one.
+      if (__builtin_expect(i0_ != 0 && i0_ != o.i0_, 1)) return false;
+      // The last subscript decides almost every other comparison with end().
       if (n == on && il_ != o.il_) return false;
       for (size_t k = n; k-- > 0;)
         if (index_[k] != (k < on ? o.index_[k] : 0)) return false;
@@ -344,7 +360,7 @@ class matrix : public matrix_base {
     const matrix* m_ = nullptr;
     std::vector<long> index_;
     T* ptr_ = nullptr;
-    long i0_ = 0;           // equals index_[0]
+    long i0_ = 0;           // equals index_[0] (0 without subscripts)
     long n0_ = 0, s0_ = 0;  // first extent and stride, for the inner step
     long il_ = 0;           // copy of the last subscript, for a one-compare end test
   };

@@ -337,16 +337,25 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
     starts.resize(static_cast<size_t>(blocks) + 2);
   };
   size_starts(ncols >> s);
-  for (const triplet<T>& t : triplets) {
-    if (t.row < 0 || t.col < 0)
-      throw std::runtime_error(tr("稀疏矩阵的三元组中行号和列号不能为负数。"));
-    highest_row = std::max(highest_row, t.row);
-    if (t.col >= ncols) {
-      if (t.col >= col_limit) internal::throw_max_size_reached();
-      ncols = t.col + 1;
-      size_starts(ncols >> s);
+  // The inner loop makes no call, so that its running values stay in
+  // registers; it stops at a triplet to refuse or beyond the columns so far.
+  const triplet<T>* t = triplets.data();
+  const triplet<T>* const end = t + total;
+  for (;;) {
+    long top = highest_row;
+    const long cols = ncols;
+    long* counts = starts.data();
+    for (; t != end && (t->row | t->col) >= 0 && t->col < cols; ++t) {
+      top = std::max(top, t->row);
+      ++counts[(t->col >> s) + 1];
     }
-    ++starts[(t.col >> s) + 1];
+    highest_row = top;
+    if (t == end) break;
+    if ((t->row | t->col) < 0)  // either negative
+      throw std::runtime_error(tr("稀疏矩阵的三元组中行号和列号不能为负数。"));
+    if (t->col >= col_limit) internal::throw_max_size_reached();
+    ncols = t->col + 1;
+    size_starts(ncols >> s);
   }
   // Columns beyond the asked shape call for wider blocks: each one's count
   // is the sum of those of the narrow blocks it covers.  A narrow block's

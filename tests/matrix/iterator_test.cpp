@@ -68,7 +68,25 @@ INSTANTIATE_TEST_SUITE_P(
                       CompareCase{{2, 2, 2}, {2, 2}, 6, 2, false},   // {0,1,1} vs {0,1}
                       CompareCase{{2, 2}, {2, 2, 2}, 1, 2, false},   // {1,0} vs {0,1,0}
                       CompareCase{{3, 2}, {2, 3}, 3, 2, true},       // {0,1} vs {0,1}
-                      CompareCase{{3, 2}, {2, 3}, 4, 2, false}));    // {1,1} vs {0,1}
+                      CompareCase{{3, 2}, {2, 3}, 4, 2, false},      // {1,1} vs {0,1}
+                      CompareCase{{2, 2}, {2, 2, 2}, 1, 1, true},    // {1,0} vs {1,0,0}
+                      CompareCase{{2, 2, 2}, {2, 2}, 5, 1, false},   // {1,0,1} vs {1,0}
+                      CompareCase{{2, 3}, {2, 3}, 5, 3, false}));    // {1,2} vs {1,1}
+
+// A default iterator has no subscripts: as the left operand it equals every
+// iterator, as the right one it stands for all-zero subscripts.
+TEST(MatrixIterator, DefaultIteratorComparesAsNoSubscripts) {
+  matrix<double> m(3, 2);
+  const matrix<double>::iterator none;
+  auto it = m.begin();
+  EXPECT_TRUE(it == none);
+  ++it;  // {1, 0}
+  EXPECT_TRUE(none == it);
+  EXPECT_FALSE(it == none);
+  ++it, ++it;  // {0, 1}
+  EXPECT_FALSE(it == none);
+  EXPECT_TRUE(none == m.end());
+}
 
 TEST(MatrixIterator, AdvanceAlongOutOfRangeDimensionsClamps) {
   matrix<double> m({2, 3, 2});

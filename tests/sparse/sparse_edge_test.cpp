@@ -32,6 +32,12 @@ TEST(SparseShape, NegativeSizesCountAsZero) {
 TEST(SparseTriplets, NegativeIndexIsRejected) {
   EXPECT_THROW(sparse_matrix<double>(std::vector<triplet<double>>{{1.0, -1, 0}}, 2, 2), std::runtime_error);
   EXPECT_THROW(sparse_matrix<double>(std::vector<triplet<double>>{{1.0, 0, -1}}, 2, 2), std::runtime_error);
+  // Later in the list, after a column beyond the asked shape, and before the
+  // column's own limit is looked at.
+  EXPECT_THROW(sparse_matrix<double>(std::vector<triplet<double>>{{1.0, 0, 0}, {1.0, 5, 1}, {1.0, 1, -1}}, 2, 2),
+               std::runtime_error);
+  EXPECT_THROW(sparse_matrix<double>(std::vector<triplet<double>>{{1.0, 0, 0}, {1.0, LONG_MAX, -1}}, 2, 2),
+               std::runtime_error);
 }
 
 TEST(SparseShape, NnzCountsSlackBetweenColumns) {
