@@ -24,6 +24,8 @@ TEST(Cell, NewCellsHoldDistinctEmptyValues) {
   EXPECT_NE(c(0), c(1));
   for (long i = 0; i < 4; ++i) EXPECT_EQ(c(i)->brief_type_str(), "empty 0x0 double");
   EXPECT_EQ(cell_array(-1, 3).dim_vec(), (std::vector<long>{0, 3}));
+  const cell_array n(std::vector<long>{2, 1, 3});
+  EXPECT_EQ((std::vector<long>{n.pages(), n.ndims(), n.dim(3)}), (std::vector<long>{3, 3, 1}));
 }
 
 TEST(Cell, ListsElementsColumnByColumn) {
@@ -268,6 +270,7 @@ TEST(VariableListTest, ShallowCopySharesDeepCopyDoesNot) {
     EXPECT_EQ(deep.data()[i]->payload(), a.data()[i]->payload());
   }
   EXPECT_EQ(deep.data()[2], nullptr);
+  EXPECT_EQ(VariableList(items{dbl(3)}).size(), 1);
 }
 
 }  // namespace
