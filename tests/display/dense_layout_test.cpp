@@ -38,20 +38,16 @@ const double inf = std::numeric_limits<double>::infinity();
 zo_obj row(std::initializer_list<double> v) { return arr<double>({1, long(v.size())}, v); }
 
 const layout_case header_cases[] = {
-    {"Loose", [] { return zo_obj(1.5); }, 80, 0, true, "\n  1x1 double\n\n    1.5000\n\n"},
     {"Compact", [] { return zo_obj(1.5); }, 80, 0, false, "  1x1 double\n    1.5000\n"},
     {"EmptyDoubleShowsOnlyHeader", [] { return arr<double>({0, 0}); }, 80, 0, true, "\n  empty 0x0 double\n\n"},
-    {"EmptyColumnsShowOnlyHeader", [] { return arr<double>({0, 5}); }, 80, 0, true, "\n  empty 0x5 double\n\n"},
     {"EmptyChar", [] { return zo_obj("", type_char); }, 80, 0, true, "\n  empty 1x0 char\n\n"},
     {"EmptyInteger", [] { return arr<int>({3, 0}); }, 80, 0, false, "  empty 3x0 int32\n"},
-    {"EmptyComplexShowsOnlyHeader", [] { return arr<cd>({0, 0}); }, 80, 0, true, "\n  empty 0x0 complex double\n\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Header, Layout, ::testing::ValuesIn(header_cases), case_name);
 
 // Whole doubles below 1e9 print as integers; anything else stays double.
 const layout_case integer_path_cases[] = {
     {"WholeDoubles", [] { return row({1, 2, 3}); }, 80, 0, true, "\n  1x3 double\n\n   1   2   3\n\n"},
-    {"FieldWidthFromDigits", [] { return row({5, -123}); }, 80, 0, true, "\n  1x2 double\n\n     5  -123\n\n"},
     {"WholeSingles", [] { return arr<float>({2, 1}, {2, 40}); }, 80, 2, false, "  2x1 single\n    2\n   40\n"},
     {"BillionStaysDouble", [] { return row({1e9, 1}); }, 80, 0, true,
      "\n  1x2 double\n\n  1.0e+09 *\n\n    1.0000    0.0000\n\n"},
@@ -63,7 +59,6 @@ INSTANTIATE_TEST_SUITE_P(IntegerPath, Layout, ::testing::ValuesIn(integer_path_c
 const layout_case fixed_and_exponent_cases[] = {
     {"BelowThousand", [] { return zo_obj(999.5); }, 80, 0, true, "\n  1x1 double\n\n  999.5000\n\n"},
     {"ThousandSwitches", [] { return zo_obj(1000.5); }, 80, 0, true, "\n  1x1 double\n\n  1.0005e+03\n\n"},
-    {"NegativeSwitches", [] { return zo_obj(-1000.5); }, 80, 0, true, "\n  1x1 double\n\n  -1.0005e+03\n\n"},
     {"InfinitySwitches", [] { return zo_obj(inf); }, 80, 0, true, "\n  1x1 double\n\n        inf\n\n"},
     {"NegativeNaN", [] { return zo_obj(-nan); }, 80, 0, true, "\n  1x1 double\n\n      -NaN\n\n"},
     {"LongFixed", [] { return zo_obj(M_PI); }, 80, 1, true, "\n  1x1 double\n\n   3.141592653589793\n\n"},
@@ -112,10 +107,6 @@ const layout_case page_cases[] = {
      "    9.2500   10.2500   11.2500   12.2500   13.2500   14.2500   15.2500   16.2500\n\n"
      "  列 17 -- 20\n\n"
      "   17.2500   18.2500   19.2500   20.2500\n\n"},
-    {"LastPageOneColumn", [] { return row({0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.25}); }, 80, 0, false,
-     "  1x9 double\n  列 1 -- 8\n"
-     "    0.5000    0.5000    0.5000    0.5000    0.5000    0.5000    0.5000    0.5000\n"
-     "  列 9\n    0.2500\n"},
     {"NarrowConsoleOneColumn", [] { return row({0.5, -1.5}); }, 19, 0, true,
      "\n  1x2 double\n\n  列 1\n\n    0.5000\n\n  列 2\n\n   -1.5000\n\n"},
     {"TwoColumnsAtTwenty", [] { return row({0.5, -1.5, 2.5}); }, 20, 0, false,
@@ -174,7 +165,6 @@ const layout_case sign_cases[] = {
     {"Doubles", [] { return arr<double>({2, 3}, {1.5, nan, -2, 3, 0, -0.5}); }, 80, 9, true,
      "\n  2x3 double\n\n+- \n +-\n\n"},
     {"WholeValuedDoublesStayDecimal", [] { return row({1, -2, 0}); }, 80, 9, false, "  1x3 double\n   1  -2   0\n"},
-    {"Int32StaysDecimal", [] { return arr<int>({1, 3}, {1, -2, 0}); }, 80, 9, false, "  1x3 int32\n   1  -2   0\n"},
     {"AllColumnsOnOnePage", [] { return row({1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, -1.5}); }, 20, 9,
      false, "  1x11 double\n++++++++++-\n"},
     {"UnsignedStaysDecimal", [] { return arr<unsigned char>({1, 2}, {0, 200}); }, 80, 9, false,
@@ -191,8 +181,6 @@ const layout_case notice_cases[] = {
      "\n  1x1 double\n\n\n    (该类型变量暂不支持的以该格式输出)\n"},
     {"HexOfFloating", [] { return zo_obj(cd(0.5, 1)); }, 80, 8, false,
      "  1x1 complex double\n    (该类型变量暂不支持的以该格式输出)\n"},
-    {"FormatAboveNine", [] { return zo_obj(0.5f); }, 80, 12, false,
-     "  1x1 single\n    (该类型变量暂不支持的以该格式输出)\n"},
     {"KindWithoutRenderer", [] { return zo_obj(); }, 80, 0, true, "\n  1x1 void\n\n  (暂不支持该类数据的输出)\n\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Notices, Layout, ::testing::ValuesIn(notice_cases), case_name);

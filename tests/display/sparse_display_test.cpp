@@ -22,7 +22,6 @@ const double nan = std::numeric_limits<double>::quiet_NaN();
 
 template <class T> zo_type kind_of();
 template <> zo_type kind_of<double>() { return type_sparse_double; }
-template <> zo_type kind_of<float>() { return type_sparse_single; }
 template <> zo_type kind_of<cd>() { return type_sparse_complex_double; }
 template <> zo_type kind_of<bool>() { return type_sparse_logical; }
 
@@ -46,7 +45,6 @@ const layout_case shape_cases[] = {
     {"AllZeroNotice", zeros<double>(3, 3, 0), 80, 0, true, "\n  3x3 sparse double\n\n  (全 0 矩阵)\n\n"},
     {"AllZeroCompact", zeros<bool>(2, 2, 4), 80, 0, false, "  2x2 sparse logical\n  (全 0 矩阵)\n"},
     {"NoRowsPrintsNothing", zeros<double>(0, 5, 0), 80, 0, true, "\n  empty 0x5 sparse double\n\n\n"},
-    {"NoRowsCompact", zeros<double>(0, 5, 0), 80, 0, false, "  empty 0x5 sparse double\n"},
 };
 INSTANTIATE_TEST_SUITE_P(SparseShapes, Layout, ::testing::ValuesIn(shape_cases), case_name);
 
@@ -82,7 +80,6 @@ const layout_case scale_and_format_cases[] = {
      "  3x1 sparse double\n  (1,1)+\n  (2,1)-\n  (3,1) \n"},
     {"UnsupportedFormatNotice", sp<double>(2, 1, {{1.0, 0, 0}}), 80, 5, true,
      "\n  2x1 sparse double\n\n    (该类型变量暂不支持的以该格式输出)\n\n"},
-    {"Single", sp<float>(2, 2, {{0.5f, 1, 1}}), 80, 0, false, "  2x2 sparse single\n  (2,2)    0.5000\n"},
     {"Logical", sp<bool>(2, 2, {{true, 0, 1}}), 80, 5, false, "  2x2 sparse logical\n  (1,2)   1\n"},
 };
 INSTANTIATE_TEST_SUITE_P(SparseScaleAndFormats, Layout, ::testing::ValuesIn(scale_and_format_cases), case_name);
@@ -149,9 +146,6 @@ TEST(SparseScale, LowerAndUpperBoundsAreExponents) {
   EXPECT_EQ(internal::get_scale_float(small, -3.0, 3.0), 1.0);  // magnitudes start at 1
   EXPECT_EQ(internal::get_scale_float(big, -3.0, 3.0), 1e7);
   EXPECT_EQ(internal::get_scale_float(big, -3.0, 8.0), 1.0);
-  // The template parameters as written by callers: the matrix type and the
-  // type of the bounds.
-  EXPECT_EQ((internal::get_scale_float<sparse_matrix<double>, double>(big, -3.0, 3.0)), 1e7);
 }
 
 }  // namespace

