@@ -208,6 +208,14 @@ TEST(PlainFormat, LogicalCharAndUnsupportedTextsMatchSnprintf) {
     d.check(zero.integer(d.got, 120, v), "%0*d", 120, static_cast<int>(v));
     d.check(plus.integer(d.got, v), "%+d", static_cast<int>(v));
   }
+  // Zero padding, a long modifier, widths and precisions past the fast limits.
+  for (const char* fmt : {"%010.4f", "%lf", "%120.4f", "%9.35f", "%012.3e"})
+    for (double x : {-1.5, 2.675, 1e15}) d.check(compiled_format(fmt).real(d.got, x), fmt, x);
+  for (const char* fmt : {"%05d", "%150d", "%-6d|"})
+    for (long v : {-42L, 7L}) d.check(compiled_format(fmt).integer(d.got, v), fmt, static_cast<int>(v));
+  d.check(compiled_format("%ld").integer(d.got, -(1L << 40)), "%ld", -(1L << 40));
+  d.check(compiled_format("%3c|").character(d.got, 'x'), "%3c|", 'x');
+  d.check(compiled_format(" %08.4f %c%7.4fi").complex(d.got, -1.5, '+', 2.25), " %08.4f %c%7.4fi", -1.5, '+', 2.25);
   EXPECT_EQ(d.mismatches, 0);
   // Texts outside the fast subset go to snprintf and still come out right.
   char got[compiled_format::max_text];

@@ -53,8 +53,8 @@ const layout_case string_cases[] = {
      "\n  1x1x2 string\n\n(:,:,1) = \n\n    \"p\"\n(:,:,2) = \n\n    \"q\"\n"},
     // A row longer than the writer's pieces (2048 characters) goes to the
     // sink whole, the same text.
-    {"RowLongerThanAPiece", [] { return strings({std::string(1500, 's'), "t"}, 1, 2); }, 10000, 0, false,
-     "  1x2 string\n    \"" + std::string(1500, 's') + "\"    \"t\"\n"},
+    {"RowLongerThanAPiece", [] { return strings({std::string(2100, 's'), "t"}, 2, 1); }, 10000, 0, false,
+     "  2x1 string\n    \"" + std::string(2100, 's') + "\"\n    \"t" + std::string(2099, ' ') + "\"\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Strings, Layout, ::testing::ValuesIn(string_cases), case_name);
 
@@ -94,8 +94,8 @@ const layout_case cell_cases[] = {
     {"NestedContainersShowSizeAndType",
      [] { return cell_of(1, 2, {item(type_cell, new cell_array(2, 3)), item(type_struct, new structure(1, 2))}); },
      80, 0, false, "  1x2 cell array\n    {2x3 cell}    {1x2 struct}\n"},
-    {"RowLongerThanAPiece", [] { return cell_of(1, 2, {item(std::string(1500, 's').c_str()), chars("t")}); }, 10000,
-     0, false, "  1x2 cell array\n    {\"" + std::string(1500, 's') + "\"}    {'t'}\n"},
+    {"RowLongerThanAPiece", [] { return cell_of(2, 1, {item(std::string(2100, 's').c_str()), chars("t")}); }, 10000,
+     0, false, "  2x1 cell array\n    {\"" + std::string(2100, 's') + "\"}\n    {'t'" + std::string(2099, ' ') + "}\n"},
     {"SlicesOfNdCell",
      [] {
        auto* c = new cell_array(std::vector<long>{1, 1, 2});
