@@ -219,6 +219,17 @@ INSTANTIATE_TEST_SUITE_P(Kinds, AsIntMat, ::testing::ValuesIn(as_int_mat_cases),
 
 // Only a scalar converts: an array of two elements or of none, of any element
 // type, is refused by every scalar conversion with its message.
+// The three scalar conversions of make(): each gives one or is refused with
+// its message, as the flags say.
+void check_scalar_conversions(const std::function<zo_obj()>& make, bool to_int, bool to_double, bool to_bool) {
+  check_conversion(conv_case<long>{"", make, to_int, 1}, [](const zo_obj& v) { return v.as_int(); },
+                   "该 zo_obj 对象不是合法的整数类型");
+  check_conversion(conv_case<double>{"", make, to_double, 1.0}, [](const zo_obj& v) { return v.as_double(); },
+                   "该 zo_obj 对象不能转化为双精度标量。");
+  check_conversion(conv_case<bool>{"", make, to_bool, true}, [](const zo_obj& v) { return v.as_bool(); },
+                   "该 zo_obj 对象不能转化为 bool 标量。");
+}
+
 template <class T>
 class ScalarOnly : public ::testing::Test {};
 using dense_element_types =
@@ -227,13 +238,9 @@ using dense_element_types =
 TYPED_TEST_SUITE(ScalarOnly, dense_element_types);
 TYPED_TEST(ScalarOnly, ArraysOfTwoOrNoElementsAreRefused) {
   for (long n : {2L, 0L}) {
-    const auto make = [n] { return zo_obj(internal::dense_kind_of<TypeParam>(), new matrix<TypeParam>(1, n)); };
-    check_conversion(conv_case<long>{"", make, false, 0}, [](const zo_obj& v) { return v.as_int(); },
-                     "该 zo_obj 对象不是合法的整数类型");
-    check_conversion(conv_case<double>{"", make, false, 0}, [](const zo_obj& v) { return v.as_double(); },
-                     "该 zo_obj 对象不能转化为双精度标量。");
-    check_conversion(conv_case<bool>{"", make, false, false}, [](const zo_obj& v) { return v.as_bool(); },
-                     "该 zo_obj 对象不能转化为 bool 标量。");
+    check_scalar_conversions(
+        [n] { return zo_obj(internal::dense_kind_of<TypeParam>(), new matrix<TypeParam>(1, n)); }, false, false,
+        false);
   }
 }
 
@@ -247,12 +254,7 @@ TEST(ScalarConversions, DefaultValueOfEveryKindIsRefused) {
       return v;
     };
     SCOPED_TRACE(kind);
-    check_conversion(conv_case<long>{"", make, false, 0}, [](const zo_obj& v) { return v.as_int(); },
-                     "该 zo_obj 对象不是合法的整数类型");
-    check_conversion(conv_case<double>{"", make, false, 0}, [](const zo_obj& v) { return v.as_double(); },
-                     "该 zo_obj 对象不能转化为双精度标量。");
-    check_conversion(conv_case<bool>{"", make, false, false}, [](const zo_obj& v) { return v.as_bool(); },
-                     "该 zo_obj 对象不能转化为 bool 标量。");
+    check_scalar_conversions(make, false, false, false);
   }
 }
 
@@ -273,12 +275,8 @@ TYPED_TEST(ScalarOnly, AnElementOfOneConvertsByItsType) {
       (*m)[0] = T{1};
     return zo_obj(internal::dense_kind_of<T>(), m);
   };
-  check_conversion(conv_case<long>{"", make, !no_number && !complex, 1}, [](const zo_obj& v) { return v.as_int(); },
-                   "该 zo_obj 对象不是合法的整数类型");
-  check_conversion(conv_case<double>{"", make, !no_number && !std::is_same_v<T, bool>, 1.0},
-                   [](const zo_obj& v) { return v.as_double(); }, "该 zo_obj 对象不能转化为双精度标量。");
-  check_conversion(conv_case<bool>{"", make, !no_number && !complex, true}, [](const zo_obj& v) { return v.as_bool(); },
-                   "该 zo_obj 对象不能转化为 bool 标量。");
+  const bool real = !no_number && !complex;
+  check_scalar_conversions(make, real, !no_number && !std::is_same_v<T, bool>, real);
 }
 
 // ---- predicates -------------------------------------------------------------
