@@ -116,31 +116,19 @@ class cell_summaries {
       it.how = held::nothing;
       return;
     }
-    const void* payload = v->payload();
-    const char* text = nullptr;
-    long n = 0;
-    if (payload == nullptr) {
-    } else if (v->type == type_string) {
-      const auto& m = *static_cast<const matrix<std::string>*>(payload);
-      if (m.size() == 1) {
-        const std::string& t = *m.data();
-        text = t.data();
-        n = static_cast<long>(t.size());
-        it.quote = '"';
+    if (quoted(*v)) {
+      if (v->type == type_string) {
+        const std::string& t = *v->get<matrix<std::string>>().data();
+        fill_quoted(it, t.data(), static_cast<long>(t.size()), '"');
+        return;
       }
-    } else if (v->type == type_char) {
-      const auto& m = *static_cast<const matrix<char>*>(payload);
-      if ((m.is_empty() || (m.ndims() == 2 && m.rows() == 1)) && m.is_contiguous()) {
-        text = m.data();
-        n = m.size();
-        it.quote = '\'';
+      const auto& m = v->get<matrix<char>>();
+      if (m.is_contiguous()) {
+        fill_quoted(it, m.data(), m.size(), '\'');
+        return;
       }
     }
-    if (it.quote == 0) {
-      it.length = static_cast<long>(other_text(e).size());
-      return;
-    }
-    fill_quoted(it, text, n, it.quote);
+    it.length = static_cast<long>(other_text(e).size());
   }
 
   // The item of the quoted text of the n characters at text.
