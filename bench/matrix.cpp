@@ -17,7 +17,13 @@
 //
 // Copies: matrix<double> copy construction and the first write to a shared
 // value (zo_obj copy-on-write) of 8 MiB and 64 MiB against malloc + memcpy
-// into fresh memory of the same size.
+// into fresh memory of the same size.  On a 2-core VM whose 4 KiB page
+// faults are slow: 8 MiB (the heap reuses its block, and both blocks fit
+// the last-level cache) 0.96-1.25 between runs for both, with or without
+// the library's page hints, in the noise of a baseline copying at 40 GB/s;
+// 64 MiB (a fresh mapping every time) 0.05,
+// since the new block is faulted in with huge pages before it is written,
+// where memcpy takes its 16,384 faults one by one (1.0 before that).
 #include <cstdlib>
 #include <cstring>
 #include <vector>

@@ -1,20 +1,23 @@
 // Cost per element at 1e3 .. 1e7 elements, so that growth shows at a glance:
 // the "ns_per_elem" column should stay flat down each group.
 //
-//   display/N     obj2console of an N-element double column to a null stream
+//   display/N     obj2console of an N-element double column to a null stream,
+//                 drained every 64 KiB.  13 / 15 / 21 / 22 / 22 ns: flat
+//                 once the array and the text leave L2.
 //   sparse/N      sparse construction from N random triplets (N x N)
-//                 Not flat, and why (2-core VM, 2 MiB L2): about 12 ns at
-//                 1e3, where everything stays in L1/L2 and the heap reuses
-//                 its blocks; about 25 ns at 1e4, where the C library trims
-//                 the freed arrays and every construction faults fresh pages
-//                 in (15 ns with MALLOC_TRIM_THRESHOLD_ and
-//                 MALLOC_MMAP_THRESHOLD_ set high); 18-25 ns at 1e5 and 1e6,
-//                 where triplets (24 B) and entries (16 B) no longer fit L2;
-//                 about 30 ns at 1e7 (400 MB in all), where each pass runs at
-//                 memory speed and the kernel zeroes the result's new pages.
+//                 Not flat, and why (2-core VM, AMD EPYC, ns per entry
+//                 at 1e3 .. 1e7 with --benchmark_min_time=1: 7.2 / 8.9 /
+//                 10.3 / 12.2 / 19.6): up to 1e4 everything stays in L1/L2;
+//                 from 1e5 the triplets (24 B) and entries (16 B) leave L2;
+//                 at 1e7 (N columns too, so 560 MB in all) every pass runs
+//                 at memory speed.  A single timed iteration at 1e7 shows
+//                 65-80 ns instead: the VM's first touch of memory it has
+//                 never used, which the kernel spends clearing pages.
 //   deep_copy/N   first write to a shared N-element double value
-//                 (zo_obj copy-on-write)
-#include <climits>
+//                 (zo_obj copy-on-write).  0.15 / 0.08 / 0.22 / 0.23 / 1.1
+//                 ns: from 1e5 the copy leaves L2, and at 1e7 (80 MB) the
+//                 new block is fresh memory faulted in with huge pages (4 KiB
+//                 faults cost 23 ns per element there).
 #include <memory>
 #include <ostream>
 #include <random>
@@ -51,12 +54,18 @@ void per_element(benchmark::State& state, long n) {
                                           benchmark::Counter::kInvert);
 }
 
+// The sink passes its text on every 64 KiB, as a console host has it do.
+// (With no threshold the whole text, 130 MB at 1e7, is gathered in one
+// string first, and its growth in fresh pages then costs more than the
+// formatting.)
+constexpr long console_threshold = 1L << 16;
+
 void BM_Display(benchmark::State& state) {
   const long n = state.range(0);
   const auto v = column(n);
   null_buffer buf;
   std::ostream os(&buf);
-  for (auto _ : state) zorvat::internal::obj2console(os, v, 80, LONG_MAX);
+  for (auto _ : state) zorvat::internal::obj2console(os, v, 80, console_threshold);
   per_element(state, n);
 }
 

@@ -56,6 +56,7 @@ struct element_traits {
     } else {
       void* p = zo_malloc_refused() ? nullptr : std::malloc(n * sizeof(T));
       if (!p) throw insufficient_memory(static_cast<unsigned long>(n * sizeof(T)));
+      prepare_for_writing(p, n * sizeof(T));
       return static_cast<T*>(p);
     }
   }

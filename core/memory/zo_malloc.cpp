@@ -1,5 +1,9 @@
 #include "memory/zo_malloc.h"
 
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
@@ -12,6 +16,43 @@ namespace zorvat {
 
 namespace internal {
 bool (*zo_malloc_fail_hook)() noexcept = nullptr;
+
+// The block's 2 MiB-aligned interior is marked for huge pages, the two 2 MiB
+// frames at its ends are collapsed into huge pages too (they are shared with
+// its neighbours, and the heap's own headers already put small pages there;
+// their contents are kept), and the whole is faulted in with one call.  The
+// last two need Linux 6.1 and 5.14; older kernels refuse them.
+void prepare_large_block(void* p, std::size_t bytes) noexcept {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+#ifndef MADV_POPULATE_WRITE
+#define MADV_POPULATE_WRITE 23
+#endif
+#ifndef MADV_COLLAPSE
+#define MADV_COLLAPSE 25
+#endif
+  constexpr std::uintptr_t page = std::uintptr_t{1} << 12;
+  constexpr std::uintptr_t huge = std::uintptr_t{1} << 21;
+  if (!p) return;
+  const std::uintptr_t begin = reinterpret_cast<std::uintptr_t>(p);
+  const std::uintptr_t end = begin + bytes;
+  // A block the heap had in use before is resident already, and the hints
+  // would only cost time: one page in its middle tells.
+  unsigned char resident = 0;
+  if (mincore(reinterpret_cast<void*>((begin + bytes / 2) & ~(page - 1)), page, &resident) == 0 && (resident & 1))
+    return;
+  const std::uintptr_t first = (begin + huge - 1) & ~(huge - 1);
+  const std::uintptr_t last = end & ~(huge - 1);
+  if (last > first) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+  const std::uintptr_t head = begin & ~(huge - 1);
+  if (head < first) madvise(reinterpret_cast<void*>(head), huge, MADV_COLLAPSE);
+  if (last < end && last >= first) madvise(reinterpret_cast<void*>(last), huge, MADV_COLLAPSE);
+  const std::uintptr_t lo = begin & ~(page - 1);
+  madvise(reinterpret_cast<void*>(lo), end - lo, MADV_POPULATE_WRITE);
+#else
+  (void)p;
+  (void)bytes;
+#endif
+}
 }  // namespace internal
 
 void* zo_malloc_impl(unsigned long size, unsigned long align) {

@@ -20,6 +20,31 @@ namespace {
 template <class T>
 using short_array = boost::container::small_vector<T, 4>;
 
+// Operator calls have at most this many operands except concatenations,
+// which take any number: the operand arrays of a call are kept on the stack
+// up to this count.
+constexpr size_t max_operands = 3;
+
+// n pointers, on the stack when n is at most max_operands.
+template <class T>
+class operand_array {
+ public:
+  explicit operand_array(size_t n) : data_(fixed_) {
+    if (n > max_operands) {
+      more_.resize(n);
+      data_ = more_.data();
+    }
+  }
+  operand_array(const operand_array&) = delete;
+  operand_array& operator=(const operand_array&) = delete;
+  T* data() { return data_; }
+
+ private:
+  T fixed_[max_operands];
+  boost::container::vector<T> more_;
+  T* data_;
+};
+
 // The output slots of one plugin call.  Whatever the plugin left in a slot
 // and nobody adopted is released, also when the plugin throws.
 class output_slots {
@@ -44,6 +69,25 @@ class output_slots {
   short_array<__zxArray*> slots_;
 };
 
+// The one output slot of an operator call, released unless adopted.
+class output_slot {
+ public:
+  output_slot() = default;
+  output_slot(const output_slot&) = delete;
+  output_slot& operator=(const output_slot&) = delete;
+  ~output_slot() { delete reinterpret_cast<zo_obj*>(slot_); }
+  __zxArray** data() { return &slot_; }
+  bool filled() const { return slot_ != nullptr; }
+  std::shared_ptr<zo_obj> adopt() {
+    zo_obj* p = reinterpret_cast<zo_obj*>(slot_);
+    slot_ = nullptr;  // from here on the shared owner (or its failure) releases it
+    return std::shared_ptr<zo_obj>(p);
+  }
+
+ private:
+  __zxArray* slot_ = nullptr;
+};
+
 short_array<const __zxArray*> argument_array(const plugin_manager::value_list& values) {
   short_array<const __zxArray*> args;
   args.reserve(values.size());
@@ -61,18 +105,27 @@ int dispatch_type(const zo_obj* v) {
 
 }  // namespace
 
+// Here rather than with the rest of the operator table, so that dispatch
+// has them inline.
+bool plugin_manager::is_unary(zxOperatorID op) { return op >= 21 && op <= 26; }
+bool plugin_manager::is_binary(zxOperatorID op) { return (op >= 1 && op <= 18) || op == 27; }
+bool plugin_manager::is_ternary(zxOperatorID op) { return op == 28; }
+
+unsigned long plugin_manager::operator_key(zxOperatorID op, int type) {
+  return (static_cast<unsigned long>(op) << 48) | static_cast<unsigned long>(static_cast<long>(type));
+}
+
 std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, value_list& args, int& status) {
-  short_array<const zo_obj*> operands;
-  operands.reserve(args.size());
-  for (const auto& a : args) operands.push_back(a.get());
-  return apply_operator_impl(op, operands.data(), operands.size(), status);
+  operand_array<const zo_obj*> operands(args.size());
+  for (size_t k = 0; k < args.size(); ++k) operands.data()[k] = args[k].get();
+  return apply_operator_impl(op, operands.data(), args.size(), status);
 }
 
 std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, std::shared_ptr<const zo_obj> a,
                                                        std::shared_ptr<const zo_obj> b,
                                                        std::shared_ptr<const zo_obj> c) {
   // a, then b and c where present; no list is built on the heap.
-  const zo_obj* operands[3] = {a.get(), nullptr, nullptr};
+  const zo_obj* operands[max_operands] = {a.get(), nullptr, nullptr};
   size_t n = 1;
   if (b) operands[n++] = b.get();
   if (c) operands[n++] = c.get();
@@ -96,10 +149,9 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, con
     fn = find_operator(operator_key(op, dispatch_type(operands[k])));
   if (!fn) return fail(-1, str_format(tr("错误 - 运算符 %s 不支持该类型的输入参数组合"), operator_symbol(op)));
 
-  short_array<const __zxArray*> prhs;
-  prhs.reserve(n);
-  for (size_t k = 0; k < n; ++k) prhs.push_back(reinterpret_cast<const __zxArray*>(operands[k]));
-  output_slots plhs(1);
+  operand_array<const __zxArray*> prhs(n);
+  for (size_t k = 0; k < n; ++k) prhs.data()[k] = reinterpret_cast<const __zxArray*>(operands[k]);
+  output_slot plhs;
   try {
     plugin_library::running guard;
     plugin_call_scope scope;  // an error recorded through zex becomes the call's error
@@ -110,8 +162,8 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, con
   } catch (...) {
     return fail(2, str_format(tr("错误 - 运算符 %s 对应的插件函数抛出了未知异常"), operator_symbol(op)));
   }
-  if (!plhs.filled(0)) return fail(2, tr("错误 - 重载算子对应的函数没有输出返回值"));
-  std::shared_ptr<zo_obj> result = plhs.adopt(0);
+  if (!plhs.filled()) return fail(2, tr("错误 - 重载算子对应的函数没有输出返回值"));
+  std::shared_ptr<zo_obj> result = plhs.adopt();
   status = 0;
   error_.clear();
   return result;

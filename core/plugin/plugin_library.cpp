@@ -40,6 +40,7 @@ std::vector<plugin_library*>& open_libraries() {
 // Calls into plugin code in progress, and the libraries whose last owner went
 // meanwhile (closed when the outermost call ends).
 int running_calls = 0;
+bool any_closing_later = false;  // closing_later() is not empty
 std::vector<plugin_library*>& closing_later() {
   static library_list libs;
   return libs.get();
@@ -50,6 +51,7 @@ void release_library(plugin_library* lib) {
   if (running_calls > 0) {
     try {
       closing_later().push_back(lib);
+      any_closing_later = true;
       return;
     } catch (...) {
       // No memory to postpone: keep the library open for good rather than
@@ -116,11 +118,12 @@ std::shared_ptr<plugin_library> plugin_library::open(const std::string& path, st
 plugin_library::running::running() { ++running_calls; }
 
 plugin_library::running::~running() {
-  if (--running_calls != 0 || closing_later().empty()) return;
+  if (--running_calls != 0 || !any_closing_later) return;
   // Taken out first: closing runs the library's static destructors, which
   // may call back into the core.
   std::vector<plugin_library*> libs;
   libs.swap(closing_later());
+  any_closing_later = false;
   for (plugin_library* lib : libs) delete lib;
 }
 

