@@ -11,7 +11,8 @@
 //             ir/pr as a key (row << s | column within the block) and its
 //             value.  Each block's range fills sequentially, so this costs
 //             about one stream per block instead of one cache miss per write
-//             (and each write prefetches its stream's next lines);
+//             (the processor follows these streams by itself: prefetching
+//             their next lines by hand measured no faster);
 //             the blocks are made large enough that there are at most a few
 //             hundred streams (two arrays each), which the caches can keep
 //             open (thousands of them cost a miss per write again);
@@ -84,16 +85,33 @@ void prepare_for_writing(V& v) {
 // are distinct and ordered as (row, position), padded with the largest key.
 // rank(k) is the number of keys below key k: entry k's place in the stable
 // order.  The keys fit 32 bits for rows below 2^27.
+// REQUIRES: rows[0 .. max_len) readable (what lies beyond len is ignored).
 class short_column_keys {
  public:
   static constexpr long max_len = 16;
   static constexpr long max_rows = long{1} << 27;
 
   short_column_keys(const long* rows, long len) {
+#if defined(__SSE2__)
+    // Made in registers, four keys at a time from the low halves of four
+    // rows, so that no lane is loaded back from four separate stores.
+    const __m128i top = _mm_set1_epi32(std::numeric_limits<std::int32_t>::max());
+    const __m128i count = _mm_set1_epi32(static_cast<std::int32_t>(len));
+    __m128i position = _mm_setr_epi32(0, 1, 2, 3);
+    for (int q = 0; q < 4; ++q) {
+      const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(rows + 4 * q));
+      const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(rows + 4 * q + 2));
+      const __m128i low = _mm_castps_si128(
+          _mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(2, 0, 2, 0)));
+      const __m128i key = _mm_or_si128(_mm_slli_epi32(low, 4), position);
+      const __m128i used = _mm_cmplt_epi32(position, count);
+      lanes_[q] = _mm_or_si128(_mm_and_si128(used, key), _mm_andnot_si128(used, top));
+      _mm_store_si128(reinterpret_cast<__m128i*>(keys_) + q, lanes_[q]);
+      position = _mm_add_epi32(position, _mm_set1_epi32(4));
+    }
+#else
     for (long k = 0; k < max_len; ++k) keys_[k] = std::numeric_limits<std::int32_t>::max();
     for (long k = 0; k < len; ++k) keys_[k] = static_cast<std::int32_t>(rows[k] * max_len + k);
-#if defined(__SSE2__)
-    for (int q = 0; q < 4; ++q) lanes_[q] = _mm_load_si128(reinterpret_cast<const __m128i*>(keys_) + q);
 #endif
   }
 
@@ -123,7 +141,8 @@ class short_column_keys {
 
 // Writes the len (2..16) entries of a column sorted by row, stably, to
 // rows/values, and tells whether they are final: no zero and no row twice.
-// REQUIRES: every row below short_column_keys::max_rows.
+// REQUIRES: every row below short_column_keys::max_rows; ir[0 .. 16)
+// readable.
 template <class T>
 bool sort_short_column(const long* ir, const T* pr, long len, long* rows, T* values) {
   const short_column_keys keys(ir, len);
@@ -207,14 +226,6 @@ long merge_column(const long* from_ir, const T* from_pr, long len, long* ir, T* 
 // Blocks with at most one entry for this many columns are finished by
 // finish_sparse_block.
 constexpr long sparse_block_density = 4;
-
-// Entries ahead of the one written for which pass 2 prefetches.
-constexpr long prefetch_ahead = 16;
-
-template <class U>
-void prefetch_for_writing(const U* p, long ahead) {
-  __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(p) + ahead * sizeof(U)), 1);
-}
 
 // Pass 3 for a block of at most one entry per column on average, where any
 // work per column would cost more than the entries: the block's entries
@@ -378,13 +389,8 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
     starts[b + 1] += starts[b];
   }
   index_vector next(starts.begin(), starts.begin() + nblocks);
-  // Each write also asks for the line two ahead in its block's range: a
-  // stream whose next line is already on its way costs no stall when it
-  // crosses into it (a prefetch never faults, even past the end).
   for (const triplet<T>& t : triplets) {
     const long k = next[t.col >> s]++;
-    prefetch_for_writing(ir + k, prefetch_ahead);
-    prefetch_for_writing(pr + k, prefetch_ahead);
     ir[k] = (t.row << s) | (t.col & mask);
     pr[k] = t.value;
   }
@@ -395,7 +401,9 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   // range and a scratch buffer), so that dealing them to their columns, which
   // is stable, leaves every column sorted.
   index_vector ends;  // made by the first block that deals (sparse blocks do not)
-  index_vector buffer_rows(static_cast<size_t>(biggest), boost::container::default_init);
+  // The short sort reads a column's rows 16 at a time: room past the end.
+  index_vector buffer_rows(static_cast<size_t>(biggest + short_column_keys::max_len),
+                           boost::container::default_init);
   value_vector buffer_values(static_cast<size_t>(biggest), boost::container::default_init);
   long* rows = buffer_rows.data();
   T* values = buffer_values.data();
