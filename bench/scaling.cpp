@@ -2,19 +2,22 @@
 // the "ns_per_elem" column should stay flat down each group.
 //
 //   display/N     obj2console of an N-element double column to a null stream,
-//                 drained every 64 KiB.  13 / 15 / 21 / 22 / 22 ns: flat
-//                 once the array and the text leave L2.
-//   sparse/N      sparse construction from N random triplets (N x N)
-//                 Not flat, and why (2-core VM, AMD EPYC, ns per entry
-//                 at 1e3 .. 1e7 with --benchmark_min_time=1: 7.2 / 8.9 /
-//                 10.3 / 12.2 / 19.6): up to 1e4 everything stays in L1/L2;
-//                 from 1e5 the triplets (24 B) and entries (16 B) leave L2;
-//                 at 1e7 (N columns too, so 560 MB in all) every pass runs
-//                 at memory speed.  A single timed iteration at 1e7 shows
-//                 65-80 ns instead: the VM's first touch of memory it has
-//                 never used, which the kernel spends clearing pages.
+//                 drained every 64 KiB.  13 / 13 / 19 / 19 / 19 ns on a quiet
+//                 2-core VM (AMD EPYC): flat once the array and the text
+//                 leave L2.
+//   sparse/N      sparse construction from N random triplets (N x N), after
+//                 one untimed construction.  8 / 27 / 11 / 14-15 / 23-25 ns
+//                 per entry.  Not flat, and why: up to 1e3 everything stays
+//                 in L1/L2.  At 1e4 the construction's working buffers
+//                 (about 0.5 MB, freed when it returns) are the top of the
+//                 heap, which the C library then gives back to the system
+//                 (its trim threshold is 128 KiB), so every construction
+//                 faults them in afresh: 11 ns with MALLOC_TRIM_THRESHOLD_
+//                 set high.  From 1e5 the triplets (24 B) and entries (16 B)
+//                 leave L2; at 1e7 (N columns too, so 560 MB in all) every
+//                 pass runs at memory speed.
 //   deep_copy/N   first write to a shared N-element double value
-//                 (zo_obj copy-on-write).  0.15 / 0.08 / 0.22 / 0.23 / 1.1
+//                 (zo_obj copy-on-write).  0.18 / 0.17 / 0.21 / 0.25 / 1.35
 //                 ns: from 1e5 the copy leaves L2, and at 1e7 (80 MB) the
 //                 new block is fresh memory faulted in with huge pages (4 KiB
 //                 faults cost 23 ns per element there).
@@ -75,6 +78,9 @@ void BM_SparseFromTriplets(benchmark::State& state) {
   std::uniform_int_distribution<long> index(0, n - 1);
   std::vector<zorvat::triplet<double>> list(static_cast<size_t>(n));
   for (auto& t : list) t = {1.0, index(g), index(g)};
+  // One untimed construction first: at 1e7 the timed loop runs once, and
+  // would otherwise show the process's first touch of 560 MB.
+  { zorvat::sparse_matrix<double> warm(list, n, n); }
   for (auto _ : state) {
     zorvat::sparse_matrix<double> s(list, n, n);
     benchmark::DoNotOptimize(&s);
