@@ -18,20 +18,22 @@
 //      2  a warm heap (trimming and mmap switched off; runs last).
 //    The two constructions of one size and state run back to back.
 //    Time ratios for 1e4 / 1e5 / 1e6 / 1e7, medians of 3, on a quiet
-//    2-core VM (AMD EPYC) whose 4 KiB page faults are very slow:
-//      state 0  0.18-0.21 / 0.17-0.23 / 0.77-0.88 / 0.13-0.14
-//      state 1  0.18-0.20 / 0.17-0.26 / 0.14-0.16 / 0.12-0.14
-//      state 2  0.17-0.21 / 0.38-0.39 / 0.64-0.73 / 0.25-0.32
-//    1e6 is the one size above 0.5.  Its 16 MB of entries and 24 MB of
-//    triplets fit this machine's last-level cache, so Eigen's two scatters
-//    to random places cost little (14-17 ns per entry on a warm heap), while
-//    ours (10.4-11.6 ns: counting 0.9, bucketing 3.5, dealing 1.7, sorting
-//    and merging the columns 4.5) pays for passes that keep larger lists
-//    in cache.  In state 0 ours also gets fresh memory on every run: the
-//    freed result (17.6 MB at the top of the heap) passes the trim
+//    2-core VM (AMD EPYC, 32 MiB last-level cache), two full runs:
+//      state 0  0.42-0.46 / 0.41-0.48 / 0.58-0.64 / 0.37-0.39
+//      state 1  0.39-0.40 / 0.40-0.44 / 0.39-0.45 / 0.34-0.39
+//      state 2  0.20-0.21 / 0.42-0.43 / 0.52-0.59 / 0.49-0.51
+//    1e6 is the size above 0.5 on a warm or default heap.  Its 16 MB of
+//    entries and 24 MB of triplets about fit the last-level cache, so
+//    Eigen's two scatters to random places cost little there (19-22 ns
+//    per entry against 26-27 at 1e5 and 1e7), while ours (11 ns: counting
+//    11 %, bucketing 29 %, dealing each block to its columns 22 %, sorting
+//    and merging the columns 37 %) stays at the cost of passes that keep
+//    their lists in cache.  In state 0 ours also gets fresh memory on every
+//    run: the freed result (17.6 MB at the top of the heap) passes the trim
 //    threshold that the C library set from its largest mapped block so far
-//    (8 MB), and Eigen's does not.  On the machine of earlier measurements
-//    the same code gave about 0.5 at both 1e6 and 1e7.
+//    (8 MB), and Eigen's 12 MB does not.  On the machine of earlier
+//    measurements (a smaller last-level cache) the same code gave about
+//    0.5 at both 1e6 and 1e7.
 //    Peak ratio 0.843 / 0.850 / 0.691 / 0.673 for 1e4 .. 1e7, and 0.6 is out
 //    of reach: the result itself, which the construction has to give
 //    exactly (nzmax = the number of triplets, long rows, double values, long
