@@ -32,8 +32,7 @@
 //    run: the freed result (17.6 MB at the top of the heap) passes the trim
 //    threshold that the C library set from its largest mapped block so far
 //    (8 MB), and Eigen's 12 MB does not.  On the machine of earlier
-//    measurements the same code gave about
-//    0.5 at both 1e6 and 1e7.
+//    measurements the same code gave about 0.5 at both 1e6 and 1e7.
 //    Peak ratio 0.843 / 0.850 / 0.691 / 0.673 for 1e4 .. 1e7, and 0.6 is out
 //    of reach: the result itself, which the construction has to give
 //    exactly (nzmax = the number of triplets, long rows, double values, long
