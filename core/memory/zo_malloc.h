@@ -66,12 +66,12 @@ inline bool zo_malloc_refused() noexcept {
 }
 
 // A hint before a block of `bytes` bytes at p is written whole: blocks of
-// prepare_min_bytes (512 KiB) and more usually come fresh from the system, and faulting them in a 4 KiB page
-// at a time can cost more than the writing.  Asks for transparent huge pages
-// and faults the block in with one call.  Changes no contents and never
-// fails (a kernel that refuses the hints leaves things as they were).
-// Smaller blocks are left alone without a call: copies of small values pass
-// here all the time.
+// prepare_min_bytes (512 KiB) and more usually come fresh from the system,
+// and faulting them in a 4 KiB page at a time can cost more than the
+// writing.  Asks for transparent huge pages and faults the block in with
+// one call.  Changes no contents and never fails (a kernel that refuses the
+// hints leaves things as they were).  Smaller blocks are left alone without
+// a call: copies of small values pass here all the time.
 constexpr std::size_t prepare_min_bytes = std::size_t{1} << 19;
 // The work of prepare_for_writing, for a block of any size.
 void prepare_large_block(void* p, std::size_t bytes) noexcept;

@@ -2,6 +2,7 @@
 // overloaded functions and plain calls.  Arguments cross as the addresses of
 // their zo_obj; results come back as zo_obj made with new and are adopted.
 #include <boost/container/small_vector.hpp>
+#include <boost/container/vector.hpp>
 
 #include <stdexcept>
 

@@ -301,7 +301,6 @@ int plugin_manager::next_cxx_obj_id(const std::string& plugin) {
   return id;
 }
 
-
 const char* plugin_manager::operator_symbol(zxOperatorID op) {
   static const char* const symbols[] = {
       "+",  "-",  ".*", "./", ".\\", "*",   "/",   "\\",  ".^", "^",  "<",  ">",         "<=",      ">=",
@@ -309,7 +308,6 @@ const char* plugin_manager::operator_symbol(zxOperatorID op) {
   const int i = static_cast<int>(op);
   return (i >= 1 && i <= 28) ? symbols[i - 1] : "(unknown)";
 }
-
 
 unsigned long plugin_manager::hash_type(zxOperatorID op, int t1, int t2, int t3) {
   return (static_cast<unsigned long>(op) << 48) |
