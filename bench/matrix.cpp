@@ -7,7 +7,9 @@
 // element along each dimension (arg 1).  Three versions of that function:
 // through matrix<T>::iterator (counting the position alongside), as a raw
 // loop over the same strides, and with Eigen::Map pages of the same strides.
-// Medians of 3 (CPU) with other builds sharing the 2 cores: iterator / raw
+// Medians of 3 (CPU) on a quiet 2-core VM (AMD EPYC): iterator / raw 0.97
+// contiguous and 1.04 strided, iterator / Eigen 0.46 and 0.84.  With other
+// builds sharing the 2 cores: iterator / raw
 // 1.02-1.09 for both walks, iterator / Eigen 0.54-0.60; before the end test
 // became one register test (end()'s first subscript a known zero), 1.20-1.29
 // and 0.61-0.87 in the same conditions.  What is left over the raw loop is
@@ -20,10 +22,11 @@
 // into fresh memory of the same size.  On a 2-core VM whose 4 KiB page
 // faults are slow: 8 MiB (the heap reuses its block, and both blocks fit
 // the last-level cache) 0.96-1.25 between runs for both, with or without
-// the library's page hints, in the noise of a baseline copying at 40 GB/s;
-// 64 MiB (a fresh mapping every time) 0.05,
-// since the new block is faulted in with huge pages before it is written,
-// where memcpy takes its 16,384 faults one by one (1.0 before that).
+// the library's page hints, in the noise of a baseline copying at 30-40
+// GB/s; 64 MiB (a fresh mapping every time) 0.35-0.37 on a quiet machine
+// (0.05 in a run whose faults were slower still), since the new block is
+// faulted in with huge pages before it is written, where memcpy takes its
+// 16,384 faults one by one (1.0 before that).
 #include <cstdlib>
 #include <cstring>
 #include <vector>
