@@ -2,7 +2,6 @@
 // overloaded functions and plain calls.  Arguments cross as the addresses of
 // their zo_obj; results come back as zo_obj made with new and are adopted.
 #include <boost/container/small_vector.hpp>
-#include <boost/container/vector.hpp>
 
 #include <stdexcept>
 
@@ -21,30 +20,8 @@ namespace {
 template <class T>
 using short_array = boost::container::small_vector<T, 4>;
 
-// Operator calls have at most this many operands except concatenations,
-// which take any number: the operand arrays of a call are kept on the stack
-// up to this count.
+// Operators take up to three operands (concatenations any number).
 constexpr size_t max_operands = 3;
-
-// n pointers, on the stack when n is at most max_operands.
-template <class T>
-class operand_array {
- public:
-  explicit operand_array(size_t n) : data_(fixed_) {
-    if (n > max_operands) {
-      more_.resize(n);
-      data_ = more_.data();
-    }
-  }
-  operand_array(const operand_array&) = delete;
-  operand_array& operator=(const operand_array&) = delete;
-  T* data() { return data_; }
-
- private:
-  T fixed_[max_operands];
-  boost::container::vector<T> more_;
-  T* data_;
-};
 
 // The output slots of one plugin call.  Whatever the plugin left in a slot
 // and nobody adopted is released, also when the plugin throws.
@@ -68,25 +45,6 @@ class output_slots {
 
  private:
   short_array<__zxArray*> slots_;
-};
-
-// The one output slot of an operator call, released unless adopted.
-class output_slot {
- public:
-  output_slot() = default;
-  output_slot(const output_slot&) = delete;
-  output_slot& operator=(const output_slot&) = delete;
-  ~output_slot() { delete reinterpret_cast<zo_obj*>(slot_); }
-  __zxArray** data() { return &slot_; }
-  bool filled() const { return slot_ != nullptr; }
-  std::shared_ptr<zo_obj> adopt() {
-    zo_obj* p = reinterpret_cast<zo_obj*>(slot_);
-    slot_ = nullptr;  // from here on the shared owner (or its failure) releases it
-    return std::shared_ptr<zo_obj>(p);
-  }
-
- private:
-  __zxArray* slot_ = nullptr;
 };
 
 short_array<const __zxArray*> argument_array(const plugin_manager::value_list& values) {
@@ -117,7 +75,7 @@ unsigned long plugin_manager::operator_key(zxOperatorID op, int type) {
 }
 
 std::shared_ptr<zo_obj> plugin_manager::apply_operator(zxOperatorID op, value_list& args, int& status) {
-  operand_array<const zo_obj*> operands(args.size());
+  short_array<const zo_obj*> operands(args.size());
   for (size_t k = 0; k < args.size(); ++k) operands.data()[k] = args[k].get();
   return apply_operator_impl(op, operands.data(), args.size(), status);
 }
@@ -150,9 +108,9 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, con
     fn = find_operator(operator_key(op, dispatch_type(operands[k])));
   if (!fn) return fail(-1, str_format(tr("错误 - 运算符 %s 不支持该类型的输入参数组合"), operator_symbol(op)));
 
-  operand_array<const __zxArray*> prhs(n);
+  short_array<const __zxArray*> prhs(n);
   for (size_t k = 0; k < n; ++k) prhs.data()[k] = reinterpret_cast<const __zxArray*>(operands[k]);
-  output_slot plhs;
+  output_slots plhs(1);
   try {
     plugin_library::running guard;
     plugin_call_scope scope;  // an error recorded through zex becomes the call's error
@@ -163,8 +121,8 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, con
   } catch (...) {
     return fail(2, str_format(tr("错误 - 运算符 %s 对应的插件函数抛出了未知异常"), operator_symbol(op)));
   }
-  if (!plhs.filled()) return fail(2, tr("错误 - 重载算子对应的函数没有输出返回值"));
-  std::shared_ptr<zo_obj> result = plhs.adopt();
+  if (!plhs.filled(0)) return fail(2, tr("错误 - 重载算子对应的函数没有输出返回值"));
+  std::shared_ptr<zo_obj> result = plhs.adopt(0);
   status = 0;
   error_.clear();
   return result;
