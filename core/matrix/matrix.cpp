@@ -53,16 +53,18 @@ std::shared_ptr<zo_container<T>> make_block(long n) {
   if (static_cast<std::uint64_t>(n) > traits::max_count) throw std::bad_array_new_length();
   T* p = zeroed ? traits::make(static_cast<std::uint64_t>(n))
                 : traits::make_for_overwrite(static_cast<std::uint64_t>(n));
-  zo_container<T>* c;
+  // The container and its reference counts share one heap block: a scalar
+  // value is made of several small blocks, and this is one fewer.
+  std::shared_ptr<zo_container<T>> c;
   try {
-    c = new zo_container<T>;
+    c = std::make_shared<zo_container<T>>();
   } catch (...) {
     traits::release(p);
     throw;
   }
   c->count = static_cast<std::uint64_t>(n);
   c->data = p;
-  return std::shared_ptr<zo_container<T>>(c);  // deletes c if the handle fails
+  return c;
 }
 
 }  // namespace
