@@ -22,33 +22,32 @@
 //      state 0  0.42-0.46 / 0.41-0.48 / 0.58-0.64 / 0.37-0.39
 //      state 1  0.39-0.40 / 0.40-0.44 / 0.39-0.45 / 0.34-0.39
 //      state 2  0.20-0.21 / 0.42-0.43 / 0.52-0.59 / 0.49-0.51
-//    A later full run gave 0.41 / 0.52 / 0.64 / 0.39,
-//    0.39 / 0.51 / 0.44 / 0.29 and 0.18 / 0.45 / 0.58 / 0.47: Eigen's own
-//    time per entry moved by up to 50 % between runs (1e6, state 0: 20 to
-//    38 ns), so figures near 0.5 land on either side of it.  Constructions
-//    of both alternating in one loop (41 pairs, median of the ratios) gave
-//    0.39-0.54 at 1e5 in states 0 and 1 (0.52-0.54 in most runs) and
-//    0.48-0.56 at 1e6 in state 2, the rest below 0.45.  Tried on pass 3 and measured no faster, so not kept:
-//    a whole-block LSD radix sort by (column, row), its counts taken in one
-//    read and its last pass writing to the final places (23 cycles per entry
-//    against 15); the short-column rank with 16-lane compares (9.1 cycles
-//    per entry either way: the length branches and the writes, not the
-//    compares, make the cost); columns of up to two entries copied without
-//    a branch on the length (1e5, warm: 1.17-1.19 ms either way).
-//    At 1e5 on fresh memory both pay about 0.3 ms per MB for the kernel's
-//    zero-filled pages, which weighs more on the faster of the two.
-//    In the first two runs 1e6 was the size above 0.5 on a warm or default
-//    heap.  Its 16 MB of entries and 24 MB of triplets about fit the
-//    last-level cache, so
-//    Eigen's two scatters to random places cost little there (19-22 ns
-//    per entry against 26-27 at 1e5 and 1e7), while ours (11 ns: counting
-//    11 %, bucketing 29 %, dealing each block to its columns 22 %, sorting
-//    and merging the columns 37 %) stays at the cost of passes that keep
-//    their lists in cache.  In state 0 ours also gets fresh memory on every
-//    run: the freed result (17.6 MB at the top of the heap) passes the trim
-//    threshold that the C library set from its largest mapped block so far
-//    (8 MB), and Eigen's 12 MB does not.  On the machine of earlier
-//    measurements the same code gave about 0.5 at both 1e6 and 1e7.
+//    A later full run gave 0.41 / 0.52 / 0.64 / 0.39, 0.39 / 0.51 / 0.44 /
+//    0.29 and 0.18 / 0.45 / 0.58 / 0.47: Eigen's own time per entry moved by
+//    up to 50 % between runs (1e6, state 0: 20 to 38 ns), so figures near 0.5
+//    land on either side of it.  Constructions of both alternating in one loop
+//    (41 pairs, median of the ratios) gave 0.39-0.54 at 1e5 in states 0 and 1
+//    (0.52-0.54 in most runs) and 0.48-0.56 at 1e6 in state 2, the rest below
+//    0.45.  Tried on pass 3 and measured no faster, so not kept: a whole-block
+//    LSD radix sort by (column, row), its counts taken in one read and its
+//    last pass writing to the final places (23 cycles per entry against 15);
+//    the short-column rank with 16-lane compares (9.1 cycles per entry either
+//    way: the length branches and the writes, not the compares, make the
+//    cost); columns of up to two entries copied without a branch on the
+//    length (1e5, warm: 1.17-1.19 ms either way).  At 1e5 on fresh memory both
+//    pay about 0.3 ms per MB for the kernel's zero-filled pages, which weighs
+//    more on the faster of the two.  In the first two runs 1e6 was the size
+//    above 0.5 on a warm or default heap.  Its 16 MB of entries and 24 MB of
+//    triplets about fit the last-level cache, so Eigen's two scatters to
+//    random places cost little there (19-22 ns per entry against 26-27 at 1e5
+//    and 1e7), while ours (11 ns: counting 11 %, bucketing 29 %, dealing each
+//    block to its columns 22 %, sorting and merging the columns 37 %) stays
+//    at the cost of passes that keep their lists in cache.  In state 0 ours
+//    also gets fresh memory on every run: the freed result (17.6 MB at the
+//    top of the heap) passes the trim threshold that the C library set from
+//    its largest mapped block so far (8 MB), and Eigen's 12 MB does not.  On
+//    the machine of earlier measurements the same code gave about 0.5 at both
+//    1e6 and 1e7.
 //    Peak ratio 0.843 / 0.850 / 0.691 / 0.673 for 1e4 .. 1e7, and 0.6 is out
 //    of reach: the result itself, which the construction has to give
 //    exactly (nzmax = the number of triplets, long rows, double values, long
