@@ -88,12 +88,7 @@ zo_obj sparse(bytes& in) {
     e.row = in.small(rows);
     e.col = in.small(cols);
   }
-  zo_type kind = type_sparse_logical;
-  if constexpr (std::is_same_v<T, double>) kind = type_sparse_double;
-  if constexpr (std::is_same_v<T, float>) kind = type_sparse_single;
-  if constexpr (std::is_same_v<T, std::complex<double>>) kind = type_sparse_complex_double;
-  if constexpr (std::is_same_v<T, std::complex<float>>) kind = type_sparse_complex_single;
-  return zo_obj(kind, new sparse_matrix<T>(t, rows, cols));
+  return zo_obj(internal::sparse_kind_of<T>(), new sparse_matrix<T>(t, rows, cols));
 }
 
 zo_obj value(bytes& in, int depth);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "plugin/zex.h"
+#include "value/kind_traits.h"
 #include "value/zo_obj.h"
 
 #define FUZZ_CHECK(c) ((c) ? (void)0 : std::abort())
@@ -85,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       case 0: {  // a dense array of any kind number
         const int kind = in.byte() % 33;
         __zxArray* h = zxCreateNumericArray(nd, dims.data(), static_cast<zxKind>(kind));
-        expect(h != nullptr, dims_ok && kind >= 1 && kind <= 14);
+        expect(h != nullptr, dims_ok && zorvat::internal::is_scalar_dense_kind(kind));
         if (h) check_shape(h);
         keep(h);
         break;
@@ -142,7 +143,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (zxIsSparse(own)) {
           for (size_t k = 2; k < dims.size(); ++k) model = model && dims[k] == 1;
         } else {
-          model = model && ((kind >= 1 && kind <= 14) || zxIsCell(own) || zxIsStruct(own));
+          model = model && (zorvat::internal::is_scalar_dense_kind(kind) || zxIsCell(own) || zxIsStruct(own));
         }
         zxClearError();
         const int r = zxResize(own, nd, dims.data());
@@ -178,7 +179,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       case 8: {  // a duplicate, made writable
         __zxArray* h = zxDuplicateArray(target(slot));
         expect(h != nullptr, target(slot) != nullptr);
-        if (h && zxGetKind(h) >= 1 && zxGetKind(h) <= 14) {
+        if (h && zorvat::internal::is_scalar_dense_kind(zxGetKind(h))) {
           void* p = zxGetWritableData(h);
           FUZZ_CHECK((p != nullptr) == (zxGetNumberOfElements(h) > 0));
         }

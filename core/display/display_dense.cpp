@@ -23,11 +23,11 @@ namespace {
 // The element text of the dense display: "nan" is shown as "NaN".
 template <class T>
 size_t element_text(char* buf, const compiled_format& f, const format_info& info, const T& v,
-                    typename real_of<T>::type scale) {
+                    real_t<T> scale) {
   const size_t n = format_element(buf, f, info, v, scale);
   if constexpr (std::is_floating_point_v<T>) {
     if (std::isnan(v)) convert_nan_inplace(buf, n);
-  } else if constexpr (is_complex<T>::value) {
+  } else if constexpr (is_complex_v<T>) {
     if (std::isnan(v.real()) || std::isnan(v.imag())) convert_nan_inplace(buf, n);
   }
   return n;
@@ -86,7 +86,7 @@ void obj2str_impl_m_cl(S& s, const M& m, long width) {
     (void)width;
     char_matrix(s, m);
   } else {
-    using R = typename real_of<T>::type;
+    using R = real_t<T>;
     constexpr bool floating = std::is_floating_point_v<R> && !std::is_same_v<T, bool>;
     if (s.stopped()) return;
     const format_info info = get_format_info(m, width);
@@ -109,7 +109,7 @@ void obj2str_impl_m_cl(S& s, const M& m, long width) {
     const std::uint32_t format = global::fmt_fl.format;
     R scale = 1;
     if constexpr (floating) {
-      if (!m.is_scalar() && (format == 0 || format == 1)) scale = get_scale(m);
+      if (!m.is_scalar() && global::is_fixed_format(format)) scale = get_scale(m);
     }
     const compiled_format f(info.fmt);
     static_assert(compiled_format::max_text <= chunked_writer<S>::max_piece, "an element text is one piece");
@@ -123,7 +123,7 @@ void obj2str_impl_m_cl(S& s, const M& m, long width) {
       if (slices != 1) write_slice_header(s, index);
       // Signs for floating and complex types; integer types (and whole
       // valued doubles, shown as int32) stay decimal.
-      if (floating && format == 9) {
+      if (floating && format == global::format_sign) {
         for (long i = 0; i < rows; ++i) {
           for (long j = 0; j < cols; ++j) s << sign_char(base[i * rs + j * cs]);
           s << "\n";
@@ -174,7 +174,7 @@ void obj2str_impl_m(S& s, const zo_obj& obj, long width) {
   }
   const bool shown = visit_kind(v->type, [&](auto k) {
     using P = typename decltype(k)::payload;
-    if constexpr (dense_payload_v<P>) {
+    if constexpr (is_scalar_dense_v<P>) {
       obj2str_impl_m_cl(s, v->get<P>(), width);
       return true;
     } else {

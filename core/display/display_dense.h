@@ -76,11 +76,11 @@ inline void next_slice(std::vector<long>& index, const std::vector<long>& dims) 
 // a + b for non-negative widths, held at LONG_MAX instead of overflowing.
 inline long sat_add(long a, long b) { return a > LONG_MAX - b ? LONG_MAX : a + b; }
 
-// The sign character of format 9: '+' above zero, '-' below, a blank for
+// The sign character of format_sign: '+' above zero, '-' below, a blank for
 // zero and NaN.  Complex elements are judged by their real part.
 template <class T>
 char sign_char(const T& v) {
-  if constexpr (is_complex<T>::value)
+  if constexpr (is_complex_v<T>)
     return sign_char(v.real());
   else
     return v > T(0) ? '+' : v < T(0) ? '-' : ' ';
@@ -91,10 +91,10 @@ char sign_char(const T& v) {
 // returns its length.  "nan" is left as printf writes it.
 template <class T>
 size_t format_element(char* buf, const compiled_format& f, const format_info& info, const T& v,
-                      typename real_of<T>::type scale) {
+                      real_t<T> scale) {
   if constexpr (std::is_floating_point_v<T>) {
     return f.real(buf, static_cast<double>(v / scale));
-  } else if constexpr (is_complex<T>::value) {
+  } else if constexpr (is_complex_v<T>) {
     using R = typename T::value_type;
     const R im = v.imag();
     return f.complex(buf, static_cast<double>(v.real() / scale), im < R(0) ? '-' : '+',

@@ -22,7 +22,7 @@ namespace {
 // Calls f(element) for every element of m in storage order; reads packed
 // arrays straight from memory, views through their strides.
 template <class T, class F>
-void for_each_element(const matrix<T>& m, F&& f) {
+void for_each_stored(const matrix<T>& m, F&& f) {
   if (m.is_empty()) return;
   if (m.is_contiguous()) {
     const T* p = m.data();
@@ -32,28 +32,33 @@ void for_each_element(const matrix<T>& m, F&& f) {
   for (auto it = m.begin(), e = m.end(); it != e; ++it) f(*it);
 }
 
-// The texts of the floating formats 0..3 for one element type: the normal
-// text, the exponent text of a large scalar (fixed formats of real types
-// only) and the column width.
+// The texts of the floating formats format_short .. format_long_e for one
+// element type, indexed by the format's code: the normal text, the exponent
+// text of a large scalar (fixed formats of real types only) and the column
+// width.
 struct floating_text {
   const char* fmt;
   const char* large_scalar;
   int column;
 };
 
-constexpr floating_text double_texts[4] = {{" %9.4f", "  %9.4e", 10},
+static_assert(global::format_short == 0 && global::format_long == 1 && global::format_short_e == 2 &&
+                  global::format_long_e == 3,
+              "the tables of texts are indexed by the format's code");
+constexpr int floating_formats = global::format_long_e + 1;
+constexpr floating_text double_texts[floating_formats] = {{" %9.4f", "  %9.4e", 10},
                                            {" %19.15f", "  %19.15e", 20},
                                            {" %12.4e", nullptr, 13},
                                            {" %25.15e", nullptr, 26}};
-constexpr floating_text single_texts[4] = {{" %9.4f", "  %9.4e", 10},
+constexpr floating_text single_texts[floating_formats] = {{" %9.4f", "  %9.4e", 10},
                                            {" %11.7f", "  %11.7e", 12},
                                            {" %12.4e", nullptr, 13},
                                            {" %15.7e", nullptr, 16}};
-constexpr floating_text complex_double_texts[4] = {{" %8.4f %c%7.4fi", nullptr, 19},
+constexpr floating_text complex_double_texts[floating_formats] = {{" %8.4f %c%7.4fi", nullptr, 19},
                                                    {" %18.15f %c%18.15fi", nullptr, 40},
                                                    {" %12.4e %c%11.4ei", nullptr, 27},
                                                    {" %25.15e %c%22.15ei", nullptr, 51}};
-constexpr floating_text complex_single_texts[4] = {{" %8.4f %c%7.4fi", nullptr, 19},
+constexpr floating_text complex_single_texts[floating_formats] = {{" %8.4f %c%7.4fi", nullptr, 19},
                                                    {" %10.7f %c%10.7fi", nullptr, 24},
                                                    {" %12.4e %c%11.4ei", nullptr, 27},
                                                    {" %17.7e %c%14.7ei", nullptr, 35}};
@@ -63,35 +68,35 @@ constexpr floating_text complex_single_texts[4] = {{" %8.4f %c%7.4fi", nullptr, 
 enum class element_family { floating, integer, logical, text };
 
 template <class T>
-struct element_traits {
+struct format_traits {
   static constexpr element_family family = element_family::integer;
 };
 template <>
-struct element_traits<double> {
+struct format_traits<double> {
   static constexpr element_family family = element_family::floating;
   static constexpr const floating_text* texts = double_texts;
 };
 template <>
-struct element_traits<float> {
+struct format_traits<float> {
   static constexpr element_family family = element_family::floating;
   static constexpr const floating_text* texts = single_texts;
 };
 template <>
-struct element_traits<std::complex<double>> {
+struct format_traits<std::complex<double>> {
   static constexpr element_family family = element_family::floating;
   static constexpr const floating_text* texts = complex_double_texts;
 };
 template <>
-struct element_traits<std::complex<float>> {
+struct format_traits<std::complex<float>> {
   static constexpr element_family family = element_family::floating;
   static constexpr const floating_text* texts = complex_single_texts;
 };
 template <>
-struct element_traits<bool> {
+struct format_traits<bool> {
   static constexpr element_family family = element_family::logical;
 };
 template <>
-struct element_traits<char> {
+struct format_traits<char> {
   static constexpr element_family family = element_family::text;
 };
 
@@ -99,18 +104,18 @@ long effective_width(long width) { return width == -1 ? 80 : width; }
 
 long page_count(long cols, long cols_per_page) { return (cols - 1) / cols_per_page + 1; }
 
-// Formats 0..3 and 9 of a floating type; `scalar_magnitude` is the magnitude
+// The floating formats and the sign format of a floating type; `scalar_magnitude` is the magnitude
 // of the only element of a one-element real array, else negative.
 format_info floating_info(const floating_text* texts, long cols, long width, double scalar_magnitude) {
   format_info info;
   const std::uint32_t format = global::fmt_fl.format;
-  if (format == 9) {
+  if (format == global::format_sign) {
     info.fmt = "%c";
     info.cols_per_page = cols;
     info.pages = 1;
     return info;
   }
-  if (format > 3) return info;
+  if (format >= floating_formats) return info;
   const floating_text& t = texts[format];
   info.fmt = t.fmt;
   info.cols_per_page = width < 2L * t.column ? 1 : width / t.column;
@@ -123,7 +128,7 @@ format_info floating_info(const floating_text* texts, long cols, long width, dou
 template <class T>
 format_info integer_info(std::uint64_t max_magnitude, long cols, long width) {
   format_info info;
-  if (global::fmt_fl.format == 8) {
+  if (global::fmt_fl.format == global::format_hex) {
     info.fmt = sizeof(T) == 8 ? "  %0*lx" : "  %0*x";
     info.field_width = static_cast<int>(2 * sizeof(T));
     const long column = info.field_width + 2;
@@ -180,7 +185,7 @@ format_info get_format_info(const M& m, long width) {
   using T = typename M::value_type;
   width = effective_width(width);
   const long cols = m.cols();
-  constexpr element_family family = element_traits<T>::family;
+  constexpr element_family family = format_traits<T>::family;
   if constexpr (family == element_family::floating) {
     double scalar_magnitude = -1.0;
     if constexpr (std::is_floating_point_v<T>) {
@@ -190,14 +195,14 @@ format_info get_format_info(const M& m, long width) {
         scalar_magnitude = magnitude(m.get_value(0, 0));
       }
     }
-    return floating_info(element_traits<T>::texts, cols, width, scalar_magnitude);
+    return floating_info(format_traits<T>::texts, cols, width, scalar_magnitude);
   } else if constexpr (family == element_family::logical) {
     return logical_info(cols, width);
   } else if constexpr (family == element_family::text) {
     return text_info();
   } else {
     std::uint64_t max_magnitude = 1;
-    for_each_element(m, [&](T v) { max_magnitude = std::max(max_magnitude, integer_magnitude(v)); });
+    for_each_stored(m, [&](T v) { max_magnitude = std::max(max_magnitude, integer_magnitude(v)); });
     return integer_info<T>(max_magnitude, cols, width);
   }
 }
@@ -235,21 +240,21 @@ R max_finite_magnitude(const R* p, long n) {
 }  // namespace
 
 template <class M>
-typename real_of<typename M::value_type>::type get_scale(const M& m) {
+real_t<typename M::value_type> get_scale(const M& m) {
   using T = typename M::value_type;
-  using R = typename real_of<T>::type;
-  constexpr bool is_complex = !std::is_same_v<T, R>;
+  using R = real_t<T>;
+  constexpr bool complex = is_complex_v<T>;
   constexpr R largest = std::numeric_limits<R>::max();
   R max_mag = 1;
-  if (!is_complex && m.is_contiguous() && !m.is_empty()) {
+  if (!complex && m.is_contiguous() && !m.is_empty()) {
     max_mag = max_finite_magnitude(reinterpret_cast<const R*>(m.data()), m.size());
   } else {
-    for_each_element(m, [&](const T& v) {
+    for_each_stored(m, [&](const T& v) {
       const R mag = std::abs(v);  // modulus of a complex element
       if (mag <= largest && mag > max_mag) max_mag = mag;  // skips NaN and infinities
     });
   }
-  return static_cast<R>(scale_from_magnitude(static_cast<double>(max_mag), is_complex ? 2 : 3));
+  return static_cast<R>(scale_from_magnitude(static_cast<double>(max_mag), complex ? 2 : 3));
 }
 
 template <class T>
@@ -269,7 +274,7 @@ bool to_int_mat_9_digits(const matrix<T>& in, matrix<int>& out) {
   matrix<int> r(in.dim_vec());
   if (!in.is_empty()) {
     int* dst = r.data();
-    for_each_element(in, [&](T v) { *dst++ = static_cast<int>(v); });
+    for_each_stored(in, [&](T v) { *dst++ = static_cast<int>(v); });
   }
   out = std::move(r);
   return true;
@@ -305,7 +310,7 @@ ZORVAT_FOR_EACH_ARITH_TYPE(ZORVAT_INSTANTIATE_FORMAT_INFO)
   template format_info get_format_info(const sparse_matrix<T>&, long);
 ZORVAT_FOR_EACH_SPARSE_TYPE(ZORVAT_INSTANTIATE_FORMAT_INFO_SPARSE)
 #undef ZORVAT_INSTANTIATE_FORMAT_INFO_SPARSE
-#define ZORVAT_INSTANTIATE_SCALE(T) template real_of<T>::type get_scale(const matrix<T>&);
+#define ZORVAT_INSTANTIATE_SCALE(T) template real_t<T> get_scale(const matrix<T>&);
 ZORVAT_FOR_EACH_FLOATING_TYPE(ZORVAT_INSTANTIATE_SCALE)
 #undef ZORVAT_INSTANTIATE_SCALE
 template bool to_int_mat_9_digits(const matrix<double>&, matrix<int>&);

@@ -27,6 +27,7 @@
 #include "matrix/matrix.h"
 #include "memory/type_lists.h"
 #include "sparse/sparse_matrix.h"
+#include "value/kind_traits.h"
 
 namespace zorvat {
 
@@ -49,6 +50,9 @@ enum format_code : std::uint32_t {
 // headers and pages; any value other than spacing_loose is compact.
 enum spacing_word : std::uint32_t { spacing_compact = 0, spacing_loose = 256 };
 
+// The formats that show a common power-of-ten scale above the numbers.
+constexpr bool is_fixed_format(std::uint32_t format) { return format == format_short || format == format_long; }
+
 // The display format record: two 32-bit words, in this order.
 struct fmt_flag {
   std::uint32_t format;
@@ -61,13 +65,6 @@ extern fmt_flag fmt_fl;
 }  // namespace global
 
 namespace internal {
-
-// True for the two complex element types.
-template <class T>
-struct is_complex : std::false_type {};
-template <class T>
-struct is_complex<std::complex<T>> : std::true_type {};
-
 
 // The spacing word value that selects loose spacing.
 inline constexpr std::uint32_t loose_spacing_word = global::spacing_loose;
@@ -89,22 +86,12 @@ struct format_info {
 template <class M>
 format_info get_format_info(const M& m, long width);
 
-// The real type of an element type (T itself, or T of std::complex<T>).
-template <class T>
-struct real_of {
-  using type = T;
-};
-template <class T>
-struct real_of<std::complex<T>> {
-  using type = T;
-};
-
 // The power-of-ten scale of m: 10^e with e = floor(log10(M)), M the largest
 // finite magnitude (modulus for complex) and at least 1, when e >= 3 (real)
 // or e >= 2 (complex); otherwise exactly 1.  For matrix<double>, <float>,
 // <std::complex<double>>, <std::complex<float>>.
 template <class M>
-typename real_of<typename M::value_type>::type get_scale(const M& m);
+real_t<typename M::value_type> get_scale(const M& m);
 
 // The scale rule on a known maximum magnitude: 10^floor(log10(max_mag)) when
 // that exponent is at least `bar` (or at most -bar), else 1.  Shared by the
@@ -134,7 +121,7 @@ ZORVAT_FOR_EACH_SPARSE_TYPE(ZORVAT_EXTERN_FORMAT_INFO_SPARSE)
 #undef ZORVAT_EXTERN_FORMAT_INFO_SPARSE
 
 #define ZORVAT_EXTERN_SCALE(T) \
-  extern template real_of<T>::type get_scale(const matrix<T>&);
+  extern template real_t<T> get_scale(const matrix<T>&);
 ZORVAT_FOR_EACH_FLOATING_TYPE(ZORVAT_EXTERN_SCALE)
 #undef ZORVAT_EXTERN_SCALE
 extern template bool to_int_mat_9_digits(const matrix<double>&, matrix<int>&);

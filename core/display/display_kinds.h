@@ -14,6 +14,7 @@
 #include "display/display_sinks.h"
 #include "matrix/matrix.h"
 #include "sparse/sparse_matrix.h"
+#include "value/kind_traits.h"
 
 namespace zorvat {
 
@@ -21,23 +22,9 @@ class zo_obj;
 
 namespace internal {
 
-// What the display makes of a payload type of the kind table
-// (value/kind_table.h): the renderer that a kind goes to is chosen from its
-// payload type through these, so the kinds are listed only in that table.
-template <class P>
-struct numeric_payload : std::false_type {};  // matrix<T> with numeric or logical T
-template <class P>
-struct sparse_payload : std::false_type {};   // sparse_matrix<T>
-template <class T>
-struct numeric_payload<matrix<T>>
-    : std::bool_constant<std::is_arithmetic_v<T> && !std::is_same_v<T, char>> {};
-template <class T>
-struct numeric_payload<matrix<std::complex<T>>> : std::true_type {};
-template <class T>
-struct sparse_payload<sparse_matrix<T>> : std::true_type {};
-// The dense arrays with a body of obj2str_impl_m: numeric, logical and char.
-template <class P>
-inline constexpr bool dense_payload_v = numeric_payload<P>::value || std::is_same_v<P, matrix<char>>;
+// The renderer that a kind goes to is chosen from its payload type through
+// the payload traits of value/kind_traits.h (is_scalar_dense_v, is_sparse_v),
+// so the kinds are listed only in the kind table.
 
 // The body of a string array (kind 17).
 template <class S>

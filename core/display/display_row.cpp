@@ -19,16 +19,16 @@ namespace {
 
 
 // One element in the array's display text (no scale: a one-line text has no
-// place for a scale line).  The sign display of format 9 gives one sign
+// place for a scale line).  The sign format gives one sign
 // character for floating and complex elements.
 template <class T>
 std::string element_text(const compiled_format& f, const format_info& info, const T& v) {
   char buf[compiled_format::max_text];
   size_t n;
-  if (global::fmt_fl.format == 9 && (std::is_floating_point_v<T> || is_complex<T>::value))
+  if (global::fmt_fl.format == global::format_sign && (std::is_floating_point_v<T> || is_complex_v<T>))
     n = f.character(buf, sign_char(v));
   else
-    n = format_element(buf, f, info, v, typename real_of<T>::type(1));
+    n = format_element(buf, f, info, v, real_t<T>(1));
   return trim(std::string(buf, n), " \t");
 }
 
@@ -52,7 +52,7 @@ std::string row_vector_text(const M* m, long max_len, bool bracket) {
     }
     return true;
   };
-  if constexpr (sparse_payload<M>::value) {
+  if constexpr (is_sparse_v<M>) {
     // The stored values, column by column.
     const long* jc = m->jc();
     const long* jce = m->jce();
@@ -86,7 +86,7 @@ std::string row_vector_to_string(const zo_obj& obj, long max_len, bool bracket) 
   if (obj.payload() == nullptr) return std::string();
   return visit_kind(obj.type, [&](auto k) -> std::string {
     using P = typename decltype(k)::payload;
-    if constexpr (numeric_payload<P>::value || sparse_payload<P>::value)
+    if constexpr (is_numeric_dense_v<P> || is_sparse_v<P>)
       return row_vector_to_string_impl(&obj.get<P>(), max_len, bracket);
     else
       return std::string();  // char and every non-numeric kind: the caller's fallback

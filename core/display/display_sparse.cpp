@@ -112,7 +112,7 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
   const int rw = decimal_digits(rows), cw = decimal_digits(cols);
   const std::uint32_t format = global::fmt_fl.format;
   double scale = 1.0;
-  if (format != 9 && !m.is_scalar() && (format == 0 || format == 1)) {
+  if (!m.is_scalar() && global::is_fixed_format(format)) {
     if constexpr (!std::is_same_v<T, bool>) scale = get_scale_float<sparse_matrix<T>, double>(m, -3.0, 3.0);
     if (scale != 1.0) {
       s << str_format("  %.1e *", scale) << "\n";
@@ -162,12 +162,12 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
       }
       std::memcpy(p, col_text, sizeof col_text);  // a fixed size: no call; the room has space
       p += col_len;
-      if (format == 9)
+      if (format == global::format_sign)
         *p++ = sign_char(pr[k]);
       else
         // A stored NaN keeps printf's lower-case "nan" here, unlike the dense
         // display (intended).
-        p += format_element(p, f, info, pr[k], static_cast<typename real_of<T>::type>(scale));
+        p += format_element(p, f, info, pr[k], static_cast<real_t<T>>(scale));
       *p++ = '\n';
       out.commit(static_cast<size_t>(p - line));
     }
@@ -180,7 +180,7 @@ template <class S>
 void obj2str_impl_sparse(S& s, const zo_obj& obj) {
   const bool shown = obj.payload() != nullptr && visit_kind(obj.type, [&](auto k) {
     using P = typename decltype(k)::payload;
-    if constexpr (sparse_payload<P>::value) {
+    if constexpr (is_sparse_v<P>) {
       obj2str_impl_sparse(s, obj.get<P>());
       return true;
     } else {

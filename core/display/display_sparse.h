@@ -3,7 +3,7 @@
 // One line per stored entry in column order: the one-based position, padded
 // to the digit counts of the row and column counts, then the element text of
 // the current numeric format ("  (2,1)    1.5000").  A power-of-ten scale line
-// precedes the entries in the fixed formats; format 9 shows signs; a matrix
+// precedes the entries in the fixed formats; format_sign shows signs; a matrix
 // without entries prints the all-zero notice.  Entries in the slack behind a
 // column's end are not shown.  Sparse output is never paged.
 //

@@ -23,11 +23,11 @@ void obj2str_stream(S& s, const zo_obj& obj, long width) {
     using P = typename decltype(k)::payload;
     if constexpr (std::is_same_v<P, matrix<std::string>>) {
       obj2str_impl_string(s, obj, width);
-    } else if constexpr (dense_payload_v<P>) {
+    } else if constexpr (is_scalar_dense_v<P>) {
       obj2str_impl_m(s, obj, width);
     } else if constexpr (std::is_same_v<P, cell_array>) {
       obj2str_impl_cell(s, obj, width);
-    } else if constexpr (sparse_payload<P>::value) {
+    } else if constexpr (is_sparse_v<P>) {
       obj2str_impl_sparse(s, obj);
     } else {
       // Function handles, structures, external objects and every kind

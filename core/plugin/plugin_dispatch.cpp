@@ -8,6 +8,7 @@
 #include "memory/messages.h"
 #include "memory/str_util.h"
 #include "plugin/plugin_error.h"
+#include "plugin/operator_table.h"
 #include "plugin/plugin_manager.h"
 #include "value/zo_obj.h"
 
@@ -64,11 +65,9 @@ int dispatch_type(const zo_obj* v) {
 
 }  // namespace
 
-// Here rather than with the rest of the operator table, so that dispatch
-// has them inline.
-bool plugin_manager::is_unary(zxOperatorID op) { return op >= 21 && op <= 26; }
-bool plugin_manager::is_binary(zxOperatorID op) { return (op >= 1 && op <= 18) || op == 27; }
-bool plugin_manager::is_ternary(zxOperatorID op) { return op == 28; }
+bool plugin_manager::is_unary(zxOperatorID op) { return operator_operands(op) == 1; }
+bool plugin_manager::is_binary(zxOperatorID op) { return operator_operands(op) == 2; }
+bool plugin_manager::is_ternary(zxOperatorID op) { return operator_operands(op) == 3; }
 
 unsigned long plugin_manager::operator_key(zxOperatorID op, int type) {
   return (static_cast<unsigned long>(op) << 48) | static_cast<unsigned long>(static_cast<long>(type));
@@ -100,13 +99,16 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, con
     throw std::runtime_error(error_);
   };
 
-  if (n == 0 || (is_unary(op) && n != 1) || (is_binary(op) && n != 2) || (is_ternary(op) && n != 3))
-    return fail(1, tr("错误 - 输入参数个数和算符类型不匹配"));
+  // Operators of a fixed count take exactly that many operands; the
+  // concatenations and numbers outside the table any number but none.
+  const int count = operator_operands(op);
+  if (n == 0 || (count > 0 && n != static_cast<size_t>(count)))
+    return fail(dispatch_operand_count, tr("错误 - 输入参数个数和算符类型不匹配"));
 
   function fn = nullptr;
   for (size_t k = 0; k < n && !fn; ++k)  // the first operand with a registered key decides
     fn = find_operator(operator_key(op, dispatch_type(operands[k])));
-  if (!fn) return fail(-1, str_format(tr("错误 - 运算符 %s 不支持该类型的输入参数组合"), operator_symbol(op)));
+  if (!fn) return fail(dispatch_no_operator, str_format(tr("错误 - 运算符 %s 不支持该类型的输入参数组合"), operator_symbol(op)));
 
   short_array<const __zxArray*> prhs(n);
   for (size_t k = 0; k < n; ++k) prhs.data()[k] = reinterpret_cast<const __zxArray*>(operands[k]);
@@ -117,13 +119,13 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, con
     fn(1, plhs.data(), static_cast<int>(n), prhs.data());
     scope.raise_pending();
   } catch (const std::exception& e) {
-    return fail(2, e.what());
+    return fail(dispatch_call_failed, e.what());
   } catch (...) {
-    return fail(2, str_format(tr("错误 - 运算符 %s 对应的插件函数抛出了未知异常"), operator_symbol(op)));
+    return fail(dispatch_call_failed, str_format(tr("错误 - 运算符 %s 对应的插件函数抛出了未知异常"), operator_symbol(op)));
   }
-  if (!plhs.filled(0)) return fail(2, tr("错误 - 重载算子对应的函数没有输出返回值"));
+  if (!plhs.filled(0)) return fail(dispatch_call_failed, tr("错误 - 重载算子对应的函数没有输出返回值"));
   std::shared_ptr<zo_obj> result = plhs.adopt(0);
-  status = 0;
+  status = dispatch_done;
   error_.clear();
   return result;
 }

@@ -13,6 +13,7 @@
 #include "host/host_services.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
+#include "plugin/operator_table.h"
 
 namespace zorvat {
 namespace internal {
@@ -92,22 +93,22 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
   if (!valid_plugin_name(name)) {
     error_ = str_format(tr("无法加载 %s - %s"), name.c_str(),
                         tr("插件名称不能为空，不能是 . 或 ..，也不能含有 /、\\ 或 NUL 字符"));
-    return 1;
+    return plugin_open_failed;
   }
   if (is_loaded(name)) {
     error_ = str_format(tr("插件 %s 已经被加载"), name.c_str());
-    return 100;
+    return plugin_already_loaded;
   }
   const std::string path = root + "/plugins/" + name + "/main.so";
   if (!check_signature()) {
     error_ = str_format(tr("无法加载 %s - 数字签名验证失败"), name.c_str());
-    return 999;
+    return plugin_bad_signature;
   }
   std::string why;
   std::shared_ptr<plugin_library> library = plugin_library::open(path, why);
   if (!library) {
     error_ = str_format(tr("无法加载 %s - %s"), name.c_str(), why.c_str());
-    return 1;
+    return plugin_open_failed;
   }
 
   plugin_info info;
@@ -121,7 +122,7 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
   info.functions = reinterpret_cast<zxPluginFunctionsFunction>(library->symbol("zxPluginFunctions"));
   if (!info.functions) {
     error_ = tr("加载错误 - 没有定义 zxPluginFunctions");
-    return 2;  // the library closes with its last owner, here
+    return plugin_no_functions;  // the library closes with its last owner, here
   }
 
   // Validation before anything is recorded, so a refused plugin leaves no trace.
@@ -133,14 +134,14 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
       const std::string ns = fname.substr(0, sep);
       if (ns.empty() || ns == "builtin") {
         error_ = str_format(tr("无效的命名空间名称 %s"), ns.c_str());
-        return 7;
+        return plugin_bad_namespace;
       }
     }
     auto owner = functions_.find(fname);
     if (owner != functions_.end()) {
       error_ = str_format(tr("符号冲突 - 函数 %s 已经在另一插件 %s 中定义"), fname.c_str(),
                           owner->second.plugin.c_str());
-      return 3;
+      return plugin_name_conflict;
     }
   }
 
@@ -169,7 +170,7 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
       if (init_lib && call_entry(init_lib, zex_) != 0) {
         error_ = tr("初始化外部库错误 - zxPluginInitLib 返回非零值");
         remove(name);
-        return 4;
+        return plugin_init_lib_failed;
       }
       if (init) {
         // The count is the full size while the array starts one element in:
@@ -178,7 +179,7 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
         if (call_entry(init, static_cast<int>(args.size()), array) != 0) {
           error_ = tr("初始化错误 - zxPluginInit 返回非零值");
           remove(name);
-          return 5;
+          return plugin_init_failed;
         }
       }
     }
@@ -200,17 +201,17 @@ int plugin_manager::add(const std::string& name, const std::vector<const __zxArr
     throw;
   }
   error_.clear();
-  return 0;
+  return plugin_done;
 }
 
 int plugin_manager::remove(const std::string& name) {
   if (!is_loaded(name)) {
     error_ = str_format(tr("插件 %s 未被加载，因此不需要卸载"), name.c_str());
-    return 101;
+    return plugin_not_loaded;
   }
   if (std::find(removing_.begin(), removing_.end(), name) != removing_.end()) {
     error_ = str_format(tr("插件 %s 正在卸载中，不能再次卸载"), name.c_str());
-    return 102;
+    return plugin_being_removed;
   }
   removing_.push_back(name);
   struct removal_end {
@@ -241,10 +242,10 @@ int plugin_manager::remove(const std::string& name) {
   }
 
   // A nested remove of it was refused, so it is normally still there.
-  if (!is_loaded(name)) return fini_failed ? 6 : 0;
+  if (!is_loaded(name)) return fini_failed ? plugin_fini_failed : plugin_done;
   forget(name);  // the code is unmapped when the removal ends, unless values of its types live on
   global::F2KQuery_fwd("rmpath", &scripts);
-  return fini_failed ? 6 : 0;
+  return fini_failed ? plugin_fini_failed : plugin_done;
 }
 
 void plugin_manager::forget(const std::string& name) noexcept {
@@ -301,13 +302,7 @@ int plugin_manager::next_cxx_obj_id(const std::string& plugin) {
   return id;
 }
 
-const char* plugin_manager::operator_symbol(zxOperatorID op) {
-  static const char* const symbols[] = {
-      "+",  "-",  ".*", "./", ".\\", "*",   "/",   "\\",  ".^", "^",  "<",  ">",         "<=",      ">=",
-      "~=", "==", "&",  "|",  "[,]", "[;]", "u-", "u+", "~",  ".'", "'",  "subsindex", "subsref", "subsasgn"};
-  const int i = static_cast<int>(op);
-  return (i >= 1 && i <= 28) ? symbols[i - 1] : "(unknown)";
-}
+const char* plugin_manager::operator_symbol(zxOperatorID op) { return operator_symbol_of(op); }
 
 unsigned long plugin_manager::hash_type(zxOperatorID op, int t1, int t2, int t3) {
   return (static_cast<unsigned long>(op) << 48) |
@@ -320,22 +315,22 @@ int plugin_manager::register_operator(const std::string& plugin, zxOperatorID op
   auto it = plugins_.find(plugin);
   if (it == plugins_.end()) {
     error_ = str_format(tr("错误 - 插件 %s 未被载入"), plugin.c_str());
-    return -1;
+    return operator_plugin_not_loaded;
   }
   const unsigned long key = operator_key(op, type);
   if (operators_.count(key)) {
     error_ = tr("错误 - 算符已被定义");
-    return -2;
+    return operator_already_defined;
   }
   if (type <= 99) {
     error_ = tr("错误 - 无效的类型 ID");
-    return -3;
+    return operator_type_reserved;
   }
   operators_.emplace(key, fn);
   operator_cache_.fill({});
   it->second.operator_keys.push_back(key);
   error_.clear();
-  return 0;
+  return operator_registered;
 }
 
 int plugin_manager::register_operator(const std::string& plugin, zxOperatorID op, int t1, int, int,

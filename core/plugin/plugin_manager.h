@@ -61,6 +61,40 @@ class overload_check_failure : public std::exception {
 
 namespace internal {
 
+// The results of plugin_manager::add and remove (see there for the order of
+// the tests).  The numbers are part of the interface (hosts test them) and
+// never change.
+enum plugin_status : int {
+  plugin_done = 0,              // loaded, or unloaded
+  plugin_open_failed = 1,       // the library did not open, or the name is invalid
+  plugin_no_functions = 2,      // no zxPluginFunctions
+  plugin_name_conflict = 3,     // a function name is exported by another plugin
+  plugin_init_lib_failed = 4,   // zxPluginInitLib returned non-zero
+  plugin_init_failed = 5,       // zxPluginInit returned non-zero
+  plugin_fini_failed = 6,       // unloaded, but zxPluginFini returned non-zero
+  plugin_bad_namespace = 7,     // a namespace that is empty or "builtin"
+  plugin_already_loaded = 100,  // add of a loaded name
+  plugin_not_loaded = 101,      // remove of a name that is not loaded
+  plugin_being_removed = 102,   // remove while that plugin's removal is under way
+  plugin_bad_signature = 999,   // check_signature() refused the library
+};
+
+// The results of plugin_manager::register_operator.
+enum operator_registration : int {
+  operator_registered = 0,
+  operator_plugin_not_loaded = -1,
+  operator_already_defined = -2,
+  operator_type_reserved = -3,  // a type of 99 or less
+};
+
+// The status that plugin_manager::apply_operator reports.
+enum operator_dispatch : int {
+  dispatch_done = 0,
+  dispatch_operand_count = 1,  // the operand count does not fit the operator
+  dispatch_no_operator = -1,   // no operand's type has the operator registered
+  dispatch_call_failed = 2,    // the function threw or returned nothing
+};
+
 // One exported function.
 struct plugin_fcn_info {
   std::string name;       // full name, possibly "namespace::function"
@@ -142,10 +176,13 @@ class plugin_manager {
   int next_cxx_obj_id(const std::string& plugin);
 
   // --- Operators -------------------------------------------------------------
-  static bool is_unary(zxOperatorID op);    // 21..26
-  static bool is_binary(zxOperatorID op);   // 1..18, 27
-  static bool is_ternary(zxOperatorID op);  // 28
-  // The operator's text for messages; "(unknown)" outside 1..28.
+  // The operand counts and symbols of ZX_FOR_EACH_OPERATOR (zx_types.h):
+  // unary 21..26, binary 1..18 and 27, ternary 28; the concatenations 19
+  // and 20 are none of the three.
+  static bool is_unary(zxOperatorID op);
+  static bool is_binary(zxOperatorID op);
+  static bool is_ternary(zxOperatorID op);
+  // The operator's text for messages; "(unknown)" outside the table.
   static const char* operator_symbol(zxOperatorID op);
   // (op << 48) | t, t sign-extended: the key of the operator table.
   static unsigned long operator_key(zxOperatorID op, int type);
@@ -153,16 +190,17 @@ class plugin_manager {
   // sign-extended; the parts overlap on purpose.  Not used by dispatch.
   static unsigned long hash_type(zxOperatorID op, int t1, int t2, int t3);
 
-  // 0 registered; -1 plugin not loaded; -2 key present; -3 type <= 99.
+  // An operator_registration: 0 registered; -1 plugin not loaded; -2 key
+  // present; -3 type <= 99.
   int register_operator(const std::string& plugin, zxOperatorID op, int type, function fn);
   // Forwards with t1 alone: dispatch finds an operator through whichever
   // operand carries a registered type, so t2 and t3 are ignored.
   int register_operator(const std::string& plugin, zxOperatorID op, int t1, int t2, int t3, function fn);
 
   // Calls the function registered for the first operand whose key is found,
-  // and adopts its result.  status: 0 done, 1 operand count does not fit the
-  // operator, -1 no operand type registered, 2 the function returned nothing
-  // or threw.  Every failure sets error_msg() and throws std::runtime_error
+  // and adopts its result.  status (operator_dispatch): 0 done, 1 operand
+  // count does not fit the operator, -1 no operand type registered, 2 the
+  // function returned nothing or threw.  Every failure sets error_msg() and throws std::runtime_error
   // with the same text.
   std::shared_ptr<zo_obj> apply_operator(zxOperatorID op, value_list& args, int& status);
   // Collects a, then b and c where not null, and calls the form above.

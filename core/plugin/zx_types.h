@@ -32,37 +32,45 @@ typedef struct zxFunctionEntry {
   const char* help;
 } zxFunctionEntry;
 
-/* Operator identifiers.  The values are fixed by the ABI. */
-typedef enum zxOperatorID {
-  zxOpPlus = 1,          /* "+"   binary */
-  zxOpMinus = 2,         /* "-"   binary */
-  zxOpElemMul = 3,       /* ".*"  binary */
-  zxOpElemRDiv = 4,      /* "./"  binary */
-  zxOpElemLDiv = 5,      /* ".\"  binary */
-  zxOpMul = 6,           /* "*"   binary */
-  zxOpRDiv = 7,          /* "/"   binary */
-  zxOpLDiv = 8,          /* "\"   binary */
-  zxOpElemPow = 9,       /* ".^"  binary */
-  zxOpPow = 10,          /* "^"   binary */
-  zxOpLt = 11,           /* "<"   binary */
-  zxOpGt = 12,           /* ">"   binary */
-  zxOpLe = 13,           /* "<="  binary */
-  zxOpGe = 14,           /* ">="  binary */
-  zxOpNe = 15,           /* "~="  binary */
-  zxOpEq = 16,           /* "=="  binary */
-  zxOpAnd = 17,          /* "&"   binary */
-  zxOpOr = 18,           /* "|"   binary */
-  zxOpHorzCat = 19,      /* "[,]" any number of operands */
-  zxOpVertCat = 20,      /* "[;]" any number of operands */
-  zxOpUMinus = 21,       /* "u-"  unary */
-  zxOpUPlus = 22,        /* "u+"  unary */
-  zxOpNot = 23,          /* "~"   unary */
-  zxOpTranspose = 24,    /* ".'"  unary */
-  zxOpCTranspose = 25,   /* "'"   unary */
-  zxOpSubsindex = 26,    /* "subsindex" unary */
-  zxOpSubsref = 27,      /* "subsref"   binary */
-  zxOpSubsasgn = 28      /* "subsasgn"  ternary */
-} zxOperatorID;
+/* The operators, one row each: X(identifier, value, symbol, operands).
+ * The values are fixed by the ABI.  The symbol is the operator's text in
+ * messages; operands is the number of operands that dispatch requires (1, 2
+ * or 3), or 0 for any number (the concatenations).  zxOperatorID is made
+ * from this table, and so are the core's symbol and operand-count lookups. */
+#define ZX_FOR_EACH_OPERATOR(X)          \
+  X(zxOpPlus, 1, "+", 2)                 \
+  X(zxOpMinus, 2, "-", 2)                \
+  X(zxOpElemMul, 3, ".*", 2)             \
+  X(zxOpElemRDiv, 4, "./", 2)            \
+  X(zxOpElemLDiv, 5, ".\\", 2)           \
+  X(zxOpMul, 6, "*", 2)                  \
+  X(zxOpRDiv, 7, "/", 2)                 \
+  X(zxOpLDiv, 8, "\\", 2)                \
+  X(zxOpElemPow, 9, ".^", 2)             \
+  X(zxOpPow, 10, "^", 2)                 \
+  X(zxOpLt, 11, "<", 2)                  \
+  X(zxOpGt, 12, ">", 2)                  \
+  X(zxOpLe, 13, "<=", 2)                 \
+  X(zxOpGe, 14, ">=", 2)                 \
+  X(zxOpNe, 15, "~=", 2)                 \
+  X(zxOpEq, 16, "==", 2)                 \
+  X(zxOpAnd, 17, "&", 2)                 \
+  X(zxOpOr, 18, "|", 2)                  \
+  X(zxOpHorzCat, 19, "[,]", 0)           \
+  X(zxOpVertCat, 20, "[;]", 0)           \
+  X(zxOpUMinus, 21, "u-", 1)             \
+  X(zxOpUPlus, 22, "u+", 1)              \
+  X(zxOpNot, 23, "~", 1)                 \
+  X(zxOpTranspose, 24, ".'", 1)          \
+  X(zxOpCTranspose, 25, "'", 1)          \
+  X(zxOpSubsindex, 26, "subsindex", 1)   \
+  X(zxOpSubsref, 27, "subsref", 2)       \
+  X(zxOpSubsasgn, 28, "subsasgn", 3)
+
+/* Operator identifiers (ZX_FOR_EACH_OPERATOR). */
+#define ZX_OPERATOR_ENUMERATOR(id, value, symbol, operands) id = value,
+typedef enum zxOperatorID { ZX_FOR_EACH_OPERATOR(ZX_OPERATOR_ENUMERATOR) } zxOperatorID;
+#undef ZX_OPERATOR_ENUMERATOR
 
 /* Entry-point types, for the loader and for plugins that want to check
  * their definitions against them. */

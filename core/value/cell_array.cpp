@@ -144,7 +144,8 @@ std::string cell_array::size_str_cell(std::shared_ptr<zo_obj const> obj) {
 std::string cell_array::size_str_cell(std::shared_ptr<zo_obj const> obj, int wr, int wc) {
   zo_obj scratch;
   const zo_obj& v = element_or_empty(obj, scratch);
-  const bool text_or_number = (v.type >= type_int8 && v.type <= type_char) || v.type == type_string;
+  const bool text_or_number =
+      (internal::is_scalar_dense_kind(v.type) && !internal::is_logical_kind(v.type)) || v.type == type_string;
   const matrix_base* a = v.array_base();
   if (text_or_number && a && a->is_scalar()) return str_format("%*dx%-*d", wr, 1, wc, 1);
   const std::vector<long> one_by_one{1, 1};

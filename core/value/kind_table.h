@@ -7,7 +7,8 @@
 // Kinds not listed (0, 23, 24 and any other number) are named "error" and,
 // in cells, "unknown"; kind 20 is listed with those names on purpose.  The
 // complex kinds share their real counterparts' short names, and the sparse
-// kinds and variable lists are "unknown" in cells, also on purpose.
+// kinds and variable lists are "unknown" in cells, also on purpose.  The
+// classes of kinds (numeric, sparse, ...) are in kind_traits.h.
 // visit_kind() turns a runtime kind into a kind_tag<P, ...> (P = void for
 // kinds without a payload), and kind_ops<P> says how the payload of P is made
 // by reset(), copied by copy_on_write() and adopted from a raw pointer.  Only
@@ -33,6 +34,7 @@
 #include "value/extern_obj_base.h"
 #include "value/function_handle.h"
 #include "value/kind_list.h"
+#include "value/kind_traits.h"
 #include "value/records.h"
 #include "value/structure.h"
 #include "value/variable_list.h"
@@ -90,16 +92,6 @@ constexpr const char* kind_cell_name(int t) {
     default:
       return "unknown";
   }
-}
-
-// The kind whose payload is matrix<E>; type_error when there is none.
-template <class E>
-constexpr zo_type dense_kind_of() {
-#define ZORVAT_KIND_OF_ELEMENT(id, P, E2, fill, name, cell_name) \
-  if (std::is_same_v<E, E2>) return id;
-  ZORVAT_FOR_EACH_KIND(ZORVAT_KIND_OF_ELEMENT)
-#undef ZORVAT_KIND_OF_ELEMENT
-  return type_error;
 }
 
 // How the payload of type P is made (reset), copied (copy_on_write) and

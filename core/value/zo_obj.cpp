@@ -322,8 +322,7 @@ void write_dims(std::ostringstream& os, const std::vector<long>& dims) {
 }
 
 bool has_array_summary(zo_type t) {
-  return (t >= type_int8 && t <= type_logical) || t == type_string ||
-         (t >= type_sparse_double && t <= type_sparse_logical);
+  return internal::is_scalar_dense_kind(t) || t == type_string || internal::is_sparse_kind(t);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <cmath>
 
 #include "memory/str_util.h"
+#include "plugin/operator_table.h"
 #include "typed.h"
 #include "value/zo_type.h"
 
@@ -24,26 +25,6 @@ namespace {
 bool is_int_kind(int t) { return t >= zorvat::type_int8 && t <= zorvat::type_uint64; }
 bool is_single_kind(int t) { return t == zorvat::type_single || t == zorvat::type_complex_single; }
 bool is_complex_kind(int t) { return t == zorvat::type_complex_double || t == zorvat::type_complex_single; }
-
-const char* symbol(zxOperatorID op) {
-  switch (op) {
-    case zxOpPlus: return "+";
-    case zxOpMinus: return "-";
-    case zxOpElemMul: return ".*";
-    case zxOpElemRDiv: return "./";
-    case zxOpElemLDiv: return ".\\";
-    case zxOpElemPow: return ".^";
-    case zxOpLt: return "<";
-    case zxOpGt: return ">";
-    case zxOpLe: return "<=";
-    case zxOpGe: return ">=";
-    case zxOpNe: return "~=";
-    case zxOpEq: return "==";
-    case zxOpAnd: return "&";
-    case zxOpOr: return "|";
-    default: return "*";
-  }
-}
 
 std::string dims_text(const std::vector<long>& d) {
   std::string s;
@@ -81,7 +62,7 @@ std::vector<long> common_dims(const zorvat::matrix_base& a, const zorvat::matrix
                               int col) {
   if (a.dim_vec() == b.dim_vec() || b.is_scalar()) return a.dim_vec();
   if (a.is_scalar()) return b.dim_vec();
-  throw host_error(str_format(tr("运算符 %s 的操作数大小不一致：%s 与 %s"), symbol(op),
+  throw host_error(str_format(tr("运算符 %s 的操作数大小不一致：%s 与 %s"), zorvat::internal::operator_symbol_of(op),
                               dims_text(a.dim_vec()).c_str(), dims_text(b.dim_vec()).c_str()),
                    col);
 }
@@ -102,7 +83,7 @@ matrix<R> zip(const matrix<W>& a, const matrix<W>& b, const std::vector<long>& d
 // parts are all zero become real; integer kinds are rounded and saturated.
 template <class W>
 value_ptr finish(matrix<W>&& r, zo_type kind, int col) {
-  if constexpr (is_complex<W>::value) {
+  if constexpr (is_complex_v<W>) {
     using R = typename W::value_type;
     const W* p = r.data();
     for (long k = 0; k < r.size(); ++k)
@@ -150,7 +131,7 @@ template <class W>
 value_ptr arith_in(zxOperatorID op, const zo_obj& a, const zo_obj& b, zo_type kind, int col) {
   const matrix<W> x = convert_matrix<W>(a, col), y = convert_matrix<W>(b, col);
   const std::vector<long> dims = common_dims(x, y, op, col);
-  if constexpr (!is_complex<W>::value) {
+  if constexpr (!is_complex_v<W>) {
     if (op == zxOpElemPow && !is_int_kind(kind) && needs_complex_power(x, y, checked_count(dims, col)))
       return arith_in<std::complex<W>>(op, a, b, kind, col);
   }
@@ -232,7 +213,7 @@ value_ptr transpose(const zo_obj& a, bool conjugate, int col) {
         for (long j = 0; j < c; ++j)
           for (long i = 0; i < r; ++i) {
             T x = m.data()[i + j * r];
-            if constexpr (is_complex<T>::value)
+            if constexpr (is_complex_v<T>)
               if (conjugate) x = std::conj(x);
             out.data()[j + i * c] = x;
           }

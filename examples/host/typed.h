@@ -31,10 +31,7 @@ struct type_tag {
   using type = T;
 };
 
-template <class T>
-struct is_complex : std::false_type {};
-template <class T>
-struct is_complex<std::complex<T>> : std::true_type {};
+using zorvat::internal::is_complex_v;
 
 // Calls f(type_tag<T>) for the element type T of the dense kind t; throws
 // host_error(col) for any other kind.
@@ -54,7 +51,7 @@ decltype(auto) visit_arith(int t, F&& f, int col) {
 // An element as a complex double: char gives its code, logical 0 or 1.
 template <class T>
 cplx to_cplx(const T& x) {
-  if constexpr (is_complex<T>::value)
+  if constexpr (is_complex_v<T>)
     return cplx(x.real(), x.imag());
   else if constexpr (std::is_same_v<T, char>)
     return cplx(static_cast<unsigned char>(x), 0);
@@ -68,7 +65,7 @@ cplx to_cplx(const T& x) {
 template <class T>
 T from_cplx(cplx z, int col) {
   const double x = z.real();
-  if constexpr (is_complex<T>::value) {
+  if constexpr (is_complex_v<T>) {
     return T(static_cast<typename T::value_type>(z.real()), static_cast<typename T::value_type>(z.imag()));
   } else if constexpr (std::is_floating_point_v<T>) {
     return static_cast<T>(x);

@@ -131,11 +131,11 @@ TEST_F(EntryPoints, EveryKindGivesOneTextThroughEverySink) {
     values.emplace_back().reset(kind, true);
     internal::visit_kind(kind, [&](auto k) {
       using P = typename decltype(k)::payload;
-      if constexpr (internal::dense_payload_v<P>) {
+      if constexpr (internal::is_scalar_dense_v<P>) {
         auto* m = new P(2, 2);
         for (auto& x : *m) x = typename P::value_type(1.5);
         values.emplace_back(static_cast<zo_type>(kind), m);
-      } else if constexpr (internal::sparse_payload<P>::value) {
+      } else if constexpr (internal::is_sparse_v<P>) {
         values.emplace_back(static_cast<zo_type>(kind), new P(2, 2, 1));
         values.back().template get<P>().set_value(1, 0, typename P::value_type(1.5));
       }

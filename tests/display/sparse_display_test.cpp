@@ -20,10 +20,6 @@ using namespace zorvat;
 using cd = std::complex<double>;
 const double nan = std::numeric_limits<double>::quiet_NaN();
 
-template <class T> zo_type kind_of();
-template <> zo_type kind_of<double>() { return type_sparse_double; }
-template <> zo_type kind_of<cd>() { return type_sparse_complex_double; }
-template <> zo_type kind_of<bool>() { return type_sparse_logical; }
 
 // An m x n sparse value with entries given as {value, row, col} (zero-based).
 template <class T>
@@ -31,14 +27,14 @@ std::function<zo_obj()> sp(long m, long n, std::vector<std::tuple<T, long, long>
   return [=] {
     std::vector<triplet<T>> t;
     for (const auto& [v, r, c] : entries) t.push_back({v, c, r});
-    return zo_obj(kind_of<T>(), new sparse_matrix<T>(t, m, n));
+    return zo_obj(internal::sparse_kind_of<T>(), new sparse_matrix<T>(t, m, n));
   };
 }
 
 // Made with room for entries (nzmax) but none stored.
 template <class T>
 std::function<zo_obj()> zeros(long m, long n, long nzmax) {
-  return [=] { return zo_obj(kind_of<T>(), new sparse_matrix<T>(m, n, nzmax)); };
+  return [=] { return zo_obj(internal::sparse_kind_of<T>(), new sparse_matrix<T>(m, n, nzmax)); };
 }
 
 const layout_case shape_cases[] = {

@@ -17,12 +17,21 @@ __zxArray* out(zo_obj* v) { return reinterpret_cast<__zxArray*>(v); }
 void say_first(int, __zxArray** plhs, int, const __zxArray**) { plhs[0] = out(new zo_obj("first")); }
 void say_second(int, __zxArray** plhs, int, const __zxArray**) { plhs[0] = out(new zo_obj("second")); }
 
-TEST(OperatorTable, SymbolsForMessages) {
-  const std::pair<int, const char*> cases[] = {{1, "+"},   {5, ".\\"},  {8, "\\"}, {18, "|"},  {19, "[,]"},
-                                               {24, ".'"}, {25, "'"},  {26, "subsindex"}, {28, "subsasgn"},
-                                               {0, "(unknown)"}, {29, "(unknown)"}, {-3, "(unknown)"}};
-  for (const auto& c : cases)
-    EXPECT_STREQ(plugin_manager::operator_symbol(static_cast<zxOperatorID>(c.first)), c.second) << c.first;
+// Every identifier of the ABI with its symbol and operand class, written
+// out independently of the operator table: unary 21..26, binary 1..18 and
+// 27, ternary 28, none of these for the concatenations and unknown numbers.
+TEST(OperatorTable, SymbolsAndOperandClassesOfEveryIdentifier) {
+  const char* const symbols[] = {"(unknown)", "+",   "-",   ".*",  "./",  ".\\", "*",         "/",
+                                 "\\",        ".^",  "^",   "<",   ">",   "<=",  ">=",        "~=",
+                                 "==",        "&",   "|",   "[,]", "[;]", "u-",  "u+",        "~",
+                                 ".'",        "'",   "subsindex", "subsref", "subsasgn", "(unknown)"};
+  for (int op = -1; op <= 29; ++op) {
+    const auto id = static_cast<zxOperatorID>(op);
+    EXPECT_STREQ(plugin_manager::operator_symbol(id), op < 0 ? "(unknown)" : symbols[op]) << op;
+    EXPECT_EQ(plugin_manager::is_unary(id), op >= 21 && op <= 26) << op;
+    EXPECT_EQ(plugin_manager::is_binary(id), (op >= 1 && op <= 18) || op == 27) << op;
+    EXPECT_EQ(plugin_manager::is_ternary(id), op == 28) << op;
+  }
 }
 
 TEST(OperatorTable, HashTypeKeepsItsOverlappingFormula) {

@@ -4,6 +4,7 @@
 
 #include "sparse/sparse_matrix.h"
 #include "value/cell_array.h"
+#include "value/kind_traits.h"
 #include "value/structure.h"
 #include "value/variable_list.h"
 #include "value_test_util.h"
@@ -26,6 +27,20 @@ TEST(TypeStr, NamesEveryIdAndErrorOutside) {
     EXPECT_STREQ(type_str(static_cast<zo_type>(id)), expected[id]) << id;
   }
   for (int id : {-1, 32, 100, -2147483647 - 1}) EXPECT_STREQ(type_str(id), "error") << id;
+}
+
+// The classes derived from the kind list, against the fixed numbering.
+TEST(KindClasses, FollowTheNumberingOfEveryId) {
+  using namespace zorvat::internal;
+  for (int id = -1; id <= 33; ++id) {
+    const bool dense = id >= 1 && id <= 14, sparse = id >= 26 && id <= 30;
+    EXPECT_EQ(is_scalar_dense_kind(id), dense) << id;
+    EXPECT_EQ(is_sparse_kind(id), sparse) << id;
+    EXPECT_EQ(is_numeric_kind(id), (id >= 1 && id <= 12) || (id >= 26 && id <= 29)) << id;
+    EXPECT_EQ(is_complex_kind(id), id == 11 || id == 12 || id == 28 || id == 29) << id;
+    EXPECT_EQ(is_integer_kind(id), id >= 1 && id <= 8) << id;
+    EXPECT_EQ(is_logical_kind(id), id == 14 || id == 30) << id;
+  }
 }
 
 TEST(TypeStrCell, ComplexSharesRealNamesAndSparseIsUnknown) {

@@ -70,10 +70,10 @@ int zxResize(__zxArray* value, int ndims, const long* dims) {
     }
     return visit_kind(v.type, [&](auto k) -> int {
       using P = typename decltype(k)::payload;
-      if constexpr (plain_dense<P>::value) {
+      if constexpr (is_scalar_dense_v<P>) {
         std::vector<long> d = checked_dims(ndims, dims, sizeof(typename P::value_type));
         writable(value).template get<P>().conservative_resize(d);
-      } else if constexpr (sparse_of<P>::value) {
+      } else if constexpr (is_sparse_v<P>) {
         std::vector<long> d = checked_dims(ndims, dims, 1);
         for (size_t j = 2; j < d.size(); ++j)
           if (d[j] != 1) throw misuse(tr("稀疏矩阵只有两个维度"));

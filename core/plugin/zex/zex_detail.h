@@ -35,17 +35,60 @@ namespace zorvat {
 namespace internal {
 namespace zex {
 
-// The kind numbers of the C header are the value kinds.
+// The kind numbers of the C header are the value kinds, enumerator by
+// enumerator; and each C element type named in zex.h has the size of the
+// element type that the kind list gives the kind.
 #define ZORVAT_ZEX_SAME_KIND(c, k) static_assert(static_cast<int>(c) == static_cast<int>(k), #c);
+ZORVAT_ZEX_SAME_KIND(zxKindError, type_error)
 ZORVAT_ZEX_SAME_KIND(zxKindInt8, type_int8)
+ZORVAT_ZEX_SAME_KIND(zxKindInt16, type_int16)
+ZORVAT_ZEX_SAME_KIND(zxKindInt32, type_int32)
+ZORVAT_ZEX_SAME_KIND(zxKindInt64, type_int64)
+ZORVAT_ZEX_SAME_KIND(zxKindUInt8, type_uint8)
+ZORVAT_ZEX_SAME_KIND(zxKindUInt16, type_uint16)
+ZORVAT_ZEX_SAME_KIND(zxKindUInt32, type_uint32)
+ZORVAT_ZEX_SAME_KIND(zxKindUInt64, type_uint64)
+ZORVAT_ZEX_SAME_KIND(zxKindDouble, type_double)
+ZORVAT_ZEX_SAME_KIND(zxKindSingle, type_single)
+ZORVAT_ZEX_SAME_KIND(zxKindComplexDouble, type_complex_double)
+ZORVAT_ZEX_SAME_KIND(zxKindComplexSingle, type_complex_single)
+ZORVAT_ZEX_SAME_KIND(zxKindChar, type_char)
 ZORVAT_ZEX_SAME_KIND(zxKindLogical, type_logical)
+ZORVAT_ZEX_SAME_KIND(zxKindFunctionHandle, type_function_handle)
 ZORVAT_ZEX_SAME_KIND(zxKindStruct, type_struct)
+ZORVAT_ZEX_SAME_KIND(zxKindString, type_string)
 ZORVAT_ZEX_SAME_KIND(zxKindExtern, type_extern)
+ZORVAT_ZEX_SAME_KIND(zxKindVoid, type_void)
 ZORVAT_ZEX_SAME_KIND(zxKindCell, type_cell)
 ZORVAT_ZEX_SAME_KIND(zxKindSparseDouble, type_sparse_double)
+ZORVAT_ZEX_SAME_KIND(zxKindSparseSingle, type_sparse_single)
+ZORVAT_ZEX_SAME_KIND(zxKindSparseComplexDouble, type_sparse_complex_double)
+ZORVAT_ZEX_SAME_KIND(zxKindSparseComplexSingle, type_sparse_complex_single)
 ZORVAT_ZEX_SAME_KIND(zxKindSparseLogical, type_sparse_logical)
 ZORVAT_ZEX_SAME_KIND(zxKindVariableList, type_variable_list)
 #undef ZORVAT_ZEX_SAME_KIND
+#define ZORVAT_ZEX_SAME_ELEMENT(c, E) \
+  static_assert(sizeof(E) == sizeof(payload_element_t<kind_payload_t<c>>), #c);
+ZORVAT_ZEX_SAME_ELEMENT(zxKindInt8, signed char)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindInt16, short)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindInt32, int)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindInt64, long)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindUInt8, unsigned char)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindUInt16, unsigned short)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindUInt32, unsigned int)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindUInt64, unsigned long)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindDouble, double)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindSingle, float)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindComplexDouble, zxComplexDouble)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindComplexSingle, zxComplexSingle)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindChar, char)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindLogical, zxLogical)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindSparseDouble, double)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindSparseSingle, float)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindSparseComplexDouble, zxComplexDouble)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindSparseComplexSingle, zxComplexSingle)
+ZORVAT_ZEX_SAME_ELEMENT(zxKindSparseLogical, zxLogical)
+#undef ZORVAT_ZEX_SAME_ELEMENT
 static_assert(sizeof(zxComplexDouble) == sizeof(std::complex<double>), "interleaved complex");
 static_assert(sizeof(zxComplexSingle) == sizeof(std::complex<float>), "interleaved complex");
 static_assert(sizeof(zxLogical) == sizeof(bool), "one-byte logical");
@@ -110,22 +153,6 @@ inline void check_index(long index, long count) {
   if (index < 0 || index >= count) throw misuse(str_format(tr("索引 %ld 超出范围（共 %ld 个元素）"), index, count));
 }
 
-// Payload traits: dense arrays of a plain element type, sparse matrices.
-template <class E>
-struct is_complex : std::false_type {};
-template <class E>
-struct is_complex<std::complex<E>> : std::true_type {};
-
-template <class P>
-struct plain_dense : std::false_type {};
-template <class E>
-struct plain_dense<matrix<E>> : std::bool_constant<std::is_arithmetic_v<E> || is_complex<E>::value> {};
-
-template <class P>
-struct sparse_of : std::false_type {};
-template <class T>
-struct sparse_of<sparse_matrix<T>> : std::true_type {};
-
 // The C value type of a sparse element type, and its conversion.
 template <class T>
 struct c_value {
@@ -187,7 +214,7 @@ inline int kind_number(const zxKind& kind) {
 inline __zxArray* make_dense(int ndims, const long* dims, int kind) {
   return visit_kind(kind, [&](auto k) -> __zxArray* {
     using P = typename decltype(k)::payload;
-    if constexpr (plain_dense<P>::value) {
+    if constexpr (is_scalar_dense_v<P>) {
       std::vector<long> d = checked_dims(ndims, dims, sizeof(typename P::value_type));
       return adopt(kind, std::make_unique<P>(d));
     } else {
@@ -207,7 +234,7 @@ template <class F>
 decltype(auto) with_dense(const zo_obj& v, F&& f) {
   return visit_kind(v.type, [&](auto k) -> decltype(f(std::declval<const matrix<double>&>())) {
     using P = typename decltype(k)::payload;
-    if constexpr (plain_dense<P>::value) {
+    if constexpr (is_scalar_dense_v<P>) {
       return f(v.get<P>());
     } else {
       wrong_kind(v, tr("稠密数值、字符或逻辑数组"));
@@ -219,7 +246,7 @@ template <class F>
 decltype(auto) with_sparse(const zo_obj& v, F&& f) {
   return visit_kind(v.type, [&](auto k) -> decltype(f(std::declval<const sparse_matrix<double>&>())) {
     using P = typename decltype(k)::payload;
-    if constexpr (sparse_of<P>::value) {
+    if constexpr (is_sparse_v<P>) {
       return f(v.get<P>());
     } else {
       wrong_kind(v, tr("稀疏矩阵"));
@@ -306,7 +333,7 @@ template <class F>
 __zxArray* make_sparse(int kind, F&& make) {
   return visit_kind(kind, [&](auto k) -> __zxArray* {
     using P = typename decltype(k)::payload;
-    if constexpr (sparse_of<P>::value) {
+    if constexpr (is_sparse_v<P>) {
       return adopt(kind, make(static_cast<P*>(nullptr)));
     } else {
       wrong_kind_number(kind);

@@ -22,22 +22,18 @@ const char* zxGetClassName(const __zxArray* value) {
 }
 
 int zxIsNumeric(const __zxArray* value) {
-  return predicate(value, [](const zo_obj& v) {
-    return (v.type >= type_int8 && v.type <= type_complex_single) ||
-           (v.type >= type_sparse_double && v.type <= type_sparse_complex_single);
-  });
+  return predicate(value, [](const zo_obj& v) { return is_numeric_kind(v.type); });
 }
 int zxIsComplex(const __zxArray* value) {
-  return predicate(value, [](const zo_obj& v) {
-    return v.type == type_complex_double || v.type == type_complex_single ||
-           v.type == type_sparse_complex_double || v.type == type_sparse_complex_single;
-  });
+  return predicate(value, [](const zo_obj& v) { return is_complex_kind(v.type); });
 }
 int zxIsDouble(const __zxArray* value) {
-  return predicate(value, [](const zo_obj& v) { return v.type == type_double || v.type == type_complex_double; });
+  return predicate(value, [](const zo_obj& v) {
+    return v.type == dense_kind_of<double>() || v.type == dense_kind_of<std::complex<double>>();
+  });
 }
 int zxIsLogical(const __zxArray* value) {
-  return predicate(value, [](const zo_obj& v) { return v.type == type_logical || v.type == type_sparse_logical; });
+  return predicate(value, [](const zo_obj& v) { return is_logical_kind(v.type); });
 }
 int zxIsChar(const __zxArray* value) {
   return predicate(value, [](const zo_obj& v) { return v.type == type_char; });
@@ -52,7 +48,7 @@ int zxIsStruct(const __zxArray* value) {
   return predicate(value, [](const zo_obj& v) { return v.type == type_struct; });
 }
 int zxIsSparse(const __zxArray* value) {
-  return predicate(value, [](const zo_obj& v) { return v.type >= type_sparse_double && v.type <= type_sparse_logical; });
+  return predicate(value, [](const zo_obj& v) { return is_sparse_kind(v.type); });
 }
 int zxIsEmpty(const __zxArray* value) {
   return predicate(value, [](const zo_obj& v) { return numel_of(v) == 0; });
@@ -122,7 +118,7 @@ double zxGetScalar(const __zxArray* value) {
     return with_dense(in(value), [](const auto& m) -> double {
       if (m.is_empty()) throw misuse(tr("数组没有元素"));
       const auto& e = m(0);
-      if constexpr (is_complex<std::decay_t<decltype(e)>>::value)
+      if constexpr (is_complex_v<std::decay_t<decltype(e)>>)
         return static_cast<double>(e.real());
       else
         return static_cast<double>(e);
