@@ -22,7 +22,7 @@ namespace {
 
 // The element text of the dense display: "nan" is shown as "NaN".
 template <class T>
-size_t element_text(char* buf, const compiled_format& f, const format_info& info, const T& v,
+size_t dense_element_text(char* buf, const compiled_format& f, const format_info& info, const T& v,
                     real_t<T> scale) {
   const size_t n = format_element(buf, f, info, v, scale);
   if constexpr (std::is_floating_point_v<T>) {
@@ -148,7 +148,7 @@ void obj2str_impl_m_cl(S& s, const M& m, long width) {
           const T* row = base + i * rs;
           for (long j = c0; j < c1; ++j) {
             if (s.stopped()) return;
-            out.commit(element_text(out.room(), f, info, row[j * cs], scale));
+            out.commit(dense_element_text(out.room(), f, info, row[j * cs], scale));
           }
           out.put('\n');
         }

@@ -22,7 +22,7 @@ namespace {
 // place for a scale line).  The sign format gives one sign
 // character for floating and complex elements.
 template <class T>
-std::string element_text(const compiled_format& f, const format_info& info, const T& v) {
+std::string row_element_text(const compiled_format& f, const format_info& info, const T& v) {
   char buf[compiled_format::max_text];
   size_t n;
   if (global::fmt_fl.format == global::format_sign && (std::is_floating_point_v<T> || is_complex_v<T>))
@@ -45,7 +45,7 @@ std::string row_vector_text(const M* m, long max_len, bool bracket) {
   auto append = [&](const T& v) {
     if (!first) text += ' ';
     first = false;
-    text += element_text(f, info, v);
+    text += row_element_text(f, info, v);
     if (max_len > 0 && static_cast<long>(text.size()) > max_len) {
       text += "...";
       return false;

@@ -3,7 +3,8 @@
 // The result is exactly that of placing the triplets column by column in
 // list order and then calling compress(false) and reorder(); it is reached in
 // three passes that keep random memory traffic low, which is what the time
-// of a large construction is made of:
+// of a large construction is made of (count_pass, bucket_pass and
+// block_finisher below):
 //
 //  1. count:  check the triplets, find the shape and count the triplets of
 //             each block of 2^s adjacent columns (few counters, in cache);
@@ -77,7 +78,7 @@ int block_shift(long entries, long n) {
 
 // The result's arrays are written whole (see internal::prepare_for_writing).
 template <class V>
-void prepare_for_writing(V& v) {
+void prepare_vector_for_writing(V& v) {
   internal::prepare_for_writing(v.data(), v.size() * sizeof(typename V::value_type));
 }
 
@@ -158,29 +159,23 @@ bool sort_short_column(const long* ir, const T* pr, long len, long* rows, T* val
   return !zero && !twice;
 }
 
-// Stable LSD radix sort of a block's entries by row: the keys are
-// row << s | column within the block, so the row's digits start at bit s.
-// Passes alternate between the block's own range and a scratch buffer; the
-// sorted entries end in one of the two (returned through out_keys/out_vals).
-class radix_sorter {
+// Stable LSD radix sort of `count` entries by the bit field [low, low +
+// width) of their keys, in passes of at most max_digit_bits (at most 11).
+// The passes alternate between (keys, vals) and (other_keys, other_vals);
+// afterwards keys and vals point at the sorted entries and other_keys and
+// other_vals at the other pair.  Bits above the field are ignored.
+class radix_helper {
  public:
-  // Rows of up to this many bits take at most three passes.
-  static constexpr int max_row_bits = 33;
-  // Blocks are sorted this way when their columns hold this many entries on
-  // average; shorter columns are sorted one by one.
-  static constexpr long min_column = 16;
-
-  radix_sorter(int row_bits, int s) : s_(s) {
-    passes_ = (row_bits + 10) / 11;
-    bits_ = passes_ == 0 ? 0 : (row_bits + passes_ - 1) / passes_;
-  }
+  static constexpr int max_digit_bits = 11;
 
   template <class T>
-  void sort(long* keys, T* vals, long* other_keys, T* other_vals, long count, const long*& out_keys,
-            const T*& out_vals) {
-    const long digit_mask = (long{1} << bits_) - 1;
-    for (int p = 0; p < passes_; ++p) {
-      const int shift = s_ + p * bits_;
+  void sort(long*& keys, T*& vals, long*& other_keys, T*& other_vals, long count, int low, int width,
+            int digit_bits) {
+    const int passes = (width + digit_bits - 1) / digit_bits;
+    const int bits = passes == 0 ? 0 : (width + passes - 1) / passes;
+    for (int p = 0; p < passes; ++p) {
+      const int shift = low + p * bits;
+      const long digit_mask = (long{1} << std::min(bits, width - p * bits)) - 1;
       std::fill_n(counts_, digit_mask + 2, 0L);
       for (long k = 0; k < count; ++k) ++counts_[((keys[k] >> shift) & digit_mask) + 1];
       for (long d = 0; d < digit_mask; ++d) counts_[d + 1] += counts_[d];
@@ -192,16 +187,21 @@ class radix_sorter {
       std::swap(keys, other_keys);
       std::swap(vals, other_vals);
     }
-    out_keys = keys;
-    out_vals = vals;
   }
 
  private:
-  int s_;
-  int passes_;
-  int bits_;
-  long counts_[(1 << 11) + 1];
+  long counts_[(1 << max_digit_bits) + 1];
 };
+
+// Rows of up to this many bits are sorted by the radix helper in at most
+// three passes of 11 bits.
+constexpr int max_radix_row_bits = 33;
+// A block is sorted by row as a whole when its columns hold this many
+// entries on average; shorter columns are sorted one by one.
+constexpr long min_radix_column = 16;
+// The block's entries of a sparse block (below) are sorted by column in
+// digits of this many bits.
+constexpr int column_digit_bits = 8;
 
 // Appends a column's entries, sorted by row, to ir/pr at `kept` by the
 // compress rule and returns the new end: zeros before the first non-zero of
@@ -223,88 +223,55 @@ long merge_column(const long* from_ir, const T* from_pr, long len, long* ir, T* 
   return kept;
 }
 
-// Blocks with at most one entry for this many columns are finished by
-// finish_sparse_block.
-constexpr long sparse_block_density = 4;
-
-// Pass 3 for a block of at most one entry per column on average, where any
-// work per column would cost more than the entries: the block's entries
-// (keys row << s | column within the block, and values) are sorted by
-// column with radix passes of at most 8 bits, which keeps list order within
-// a column, through the buffer rows/values (at least count long).  Each
-// column met is then sorted by row and merged to ir/pr at kept, and the
-// empty columns between are filled in runs.  jc and jce point at the block's
-// first column.  Reads stay ahead of the writes at kept as in the other
-// ways, so the block's own range may hold the sorted entries.
+// Sorts a column of 2..16 entries by row, stably, to ir/pr at kept and
+// merges it there by the compress rule; returns the new end.  Two unequal
+// non-zero rows are ordered in place.  The one sorter of short columns.
+// REQUIRES: rows below short_column_keys::max_rows; rows[0 .. 16) readable;
+// rows/values apart from ir/pr at kept .. kept + len.
 template <class T>
-long finish_sparse_block(long* keys, T* vals, long count, int s, long* rows, T* values, column_sorter<T>& sorter,
-                         long* ir, T* pr, long* jc, long* jce, long width, long kept) {
-  const long mask = (long{1} << s) - 1;
-  const int passes = (s + 7) / 8;
-  const int bits = passes == 0 ? 0 : (s + passes - 1) / passes;
-  const long digit_mask = (long{1} << bits) - 1;
-  long counts[(1 << 8) + 1];
-  for (int p = 0; p < passes; ++p) {
-    const int shift = p * bits;
-    std::fill_n(counts, digit_mask + 2, 0L);
-    for (long k = 0; k < count; ++k) ++counts[(((keys[k] & mask) >> shift) & digit_mask) + 1];
-    for (long d = 0; d < digit_mask; ++d) counts[d + 1] += counts[d];
-    for (long k = 0; k < count; ++k) {
-      const long q = counts[((keys[k] & mask) >> shift) & digit_mask]++;
-      rows[q] = keys[k];
-      values[q] = vals[k];
-    }
-    std::swap(keys, rows);
-    std::swap(vals, values);
+long place_short_column(const long* rows, const T* values, long len, long* ir, T* pr, long kept) {
+  if (len == 2 && rows[0] != rows[1] && !sparse_element<T>::is_zero(values[0]) &&
+      !sparse_element<T>::is_zero(values[1])) {
+    const long low = rows[1] < rows[0];
+    ir[kept] = rows[low];
+    pr[kept] = values[low];
+    ir[kept + 1] = rows[1 - low];
+    pr[kept + 1] = values[1 - low];
+    return kept + 2;
   }
-  long c = 0;
-  for (long k = 0; k < count;) {
-    const long col = keys[k] & mask;
-    long end = k + 1;
-    while (end < count && (keys[end] & mask) == col) ++end;
-    std::fill(jc + c, jc + col, kept);
-    std::fill(jce + c, jce + col, kept);
-    jc[col] = kept;
-    if (end - k == 1) {
-      if (!sparse_element<T>::is_zero(vals[k])) {
-        ir[kept] = keys[k] >> s;
-        pr[kept] = vals[k];
-        ++kept;
-      }
-    } else {
-      for (long q = k; q < end; ++q) keys[q] >>= s;
-      sorter.sort(keys + k, vals + k, end - k);
-      kept = merge_column(keys + k, vals + k, end - k, ir, pr, kept);
-    }
-    jce[col] = kept;
-    c = col + 1;
-    k = end;
-  }
-  std::fill(jc + c, jc + width, kept);
-  std::fill(jce + c, jce + width, kept);
-  return kept;
+  // Sorted straight to its final place; merged there when needed.
+  if (sort_short_column(rows, values, len, ir + kept, pr + kept)) return kept + len;
+  return merge_column(ir + kept, pr + kept, len, ir, pr, kept);
 }
 
-}  // namespace
+// Blocks with at most one entry for this many columns are finished by
+// block_finisher::finish_sparse.
+constexpr long sparse_block_density = 4;
 
+// The blocks of columns of one construction: block b holds the columns
+// from b << shift on, 2^shift of them (fewer in the last).  starts[b + 1]
+// counts the triplets of block b after pass 1; pass 2 makes starts[b] the
+// start of its range.
 template <class T>
-sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m, long n) {
-  initialize(0, 0, 0);
-  long nrows = non_negative(m);
-  long ncols = non_negative(n);
-  const long total = static_cast<long>(triplets.size());
-
-  // jc holds ncols + 1 entries: a column beyond that is a vector beyond the
-  // allocator's maximum (tested before ncols + 1 is formed, so LONG_MAX does
-  // not wrap).
-  const long col_limit = static_cast<long>(zo_allocator<long>::max_elements()) - 1;
-  if (ncols > col_limit) internal::throw_max_size_reached();
-
-  // Pass 1.  starts[b + 1] counts the triplets of block b, for blocks sized
-  // to the asked shape.
-  int s = block_shift(total, ncols);
+struct block_layout {
+  int shift = 0;
+  long ncols = 0;
   long highest_row = -1;  // the sort keys depend on the rows present
-  index_vector starts;
+  typename sparse_matrix<T>::index_vector starts;
+
+  long blocks() const { return ncols == 0 ? 0 : ((ncols - 1) >> shift) + 1; }
+  long mask() const { return (long{1} << shift) - 1; }
+};
+
+// Pass 1: checks the triplets, finds the columns and the highest row, and
+// counts the triplets of each block, for blocks sized to the asked shape
+// first.  Columns up to col_limit are accepted.
+template <class T>
+block_layout<T> count_pass(const std::vector<triplet<T>>& triplets, long ncols, long col_limit) {
+  block_layout<T> layout;
+  const long total = static_cast<long>(triplets.size());
+  int s = block_shift(total, ncols);
+  auto& starts = layout.starts;
   auto size_starts = [&](long blocks) {
     sparse_detail::require_block<long>(static_cast<size_t>(blocks) + 2);
     starts.resize(static_cast<size_t>(blocks) + 2);
@@ -312,6 +279,7 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   size_starts(ncols >> s);
   // The inner loop makes no call, so that its running values stay in
   // registers; it stops at a triplet to refuse or beyond the columns so far.
+  long highest_row = -1;
   const triplet<T>* t = triplets.data();
   const triplet<T>* const end = t + total;
   for (;;) {
@@ -349,10 +317,236 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
     s = 0;
     starts.clear();
     size_starts(ncols);
-    for (const triplet<T>& t : triplets) ++starts[t.col + 1];
+    for (const triplet<T>& e : triplets) ++starts[e.col + 1];
   }
-  const long mask = (long{1} << s) - 1;
-  const long nblocks = ncols == 0 ? 0 : ((ncols - 1) >> s) + 1;
+  layout.shift = s;
+  layout.ncols = ncols;
+  layout.highest_row = highest_row;
+  return layout;
+}
+
+// Pass 2: makes starts[b] the start of block b's range and copies each
+// triplet, in list order, to its block's range of ir/pr as a key (row <<
+// shift | column within the block) and its value.  Returns the largest
+// block's count.
+template <class T>
+long bucket_pass(const std::vector<triplet<T>>& triplets, block_layout<T>& layout, long* ir, T* pr) {
+  auto& starts = layout.starts;
+  const long nblocks = layout.blocks();
+  const int s = layout.shift;
+  const long mask = layout.mask();
+  long biggest = 0;
+  for (long b = 0; b < nblocks; ++b) {
+    biggest = std::max(biggest, starts[b + 1]);
+    starts[b + 1] += starts[b];
+  }
+  typename sparse_matrix<T>::index_vector next(starts.begin(), starts.begin() + nblocks);
+  for (const triplet<T>& t : triplets) {
+    const long k = next[t.col >> s]++;
+    ir[k] = (t.row << s) | (t.col & mask);
+    pr[k] = t.value;
+  }
+  return biggest;
+}
+
+// Pass 3, block by block: the block's entries, in its range of ir/pr, are
+// sorted and merged to the front of ir/pr (at kept), and the block's column
+// starts and ends are set.
+template <class T>
+class block_finisher {
+ public:
+  using index_vector = typename sparse_matrix<T>::index_vector;
+  using value_vector = typename sparse_matrix<T>::value_vector;
+
+  block_finisher(const block_layout<T>& layout, long biggest, long* ir, T* pr, long* jc, long* jce)
+      // The short sort reads a column's rows 16 at a time: room past the end.
+      : buffer_rows_(static_cast<size_t>(biggest + short_column_keys::max_len), boost::container::default_init),
+        buffer_values_(static_cast<size_t>(biggest), boost::container::default_init),
+        sorter_(0, layout.highest_row + 1),
+        s_(layout.shift),
+        mask_(layout.mask()),
+        ncols_(layout.ncols),
+        biggest_(biggest),
+        row_bits_(layout.highest_row > 0 ? 64 - __builtin_clzl(static_cast<unsigned long>(layout.highest_row))
+                                         : 0),
+        short_keys_(layout.highest_row < short_column_keys::max_rows),
+        ir_(ir),
+        pr_(pr),
+        jc_(jc),
+        jce_(jce) {}
+
+  // Finishes block b, whose entries lie at lo .. hi; returns the new kept.
+  long finish(long b, long lo, long hi, long kept) {
+    const long first = b << s_;
+    const long width = std::min(ncols_ - first, mask_ + 1);
+    long* keys = ir_ + lo;
+    T* vals = pr_ + lo;
+    const bool by_row = row_bits_ <= max_radix_row_bits && hi - lo >= min_radix_column * width;
+    if (by_row) {
+      if (scratch_rows_.size() < static_cast<size_t>(hi - lo)) {
+        scratch_rows_.resize(static_cast<size_t>(biggest_), boost::container::default_init);
+        scratch_values_.resize(static_cast<size_t>(biggest_), boost::container::default_init);
+      }
+      long* other_keys = scratch_rows_.data();
+      T* other_vals = scratch_values_.data();
+      radix_.sort(keys, vals, other_keys, other_vals, hi - lo, s_, row_bits_, radix_helper::max_digit_bits);
+    } else if ((hi - lo) * sparse_block_density <= width) {
+      return finish_sparse(keys, vals, hi - lo, first, width, kept);
+    }
+    return deal(keys, vals, hi - lo, by_row, first, width, kept);
+  }
+
+ private:
+  // A block whose columns are long on average comes sorted by row, so that
+  // dealing it to its columns, which is stable, leaves every column sorted;
+  // other blocks' columns are sorted one by one after the deal.
+  long deal(const long* keys, const T* vals, long count, bool by_row, long first, long width, long kept) {
+    // ends[c] is first the start, then the end of column c in the buffer.
+    if (ends_.empty()) ends_.resize(static_cast<size_t>(mask_) + 2, boost::container::default_init);
+    // Locals throughout: the stores through these pointers could reach the
+    // members as far as the compiler knows.
+    long* const ends = ends_.data();
+    long* const rows = buffer_rows_.data();
+    T* const values = buffer_values_.data();
+    long* const ir = ir_;
+    T* const pr = pr_;
+    long* const jc = jc_ + first;
+    long* const jce = jce_ + first;
+    const long mask = mask_;
+    const int s = s_;
+    std::fill_n(ends, width + 1, 0L);
+    for (long k = 0; k < count; ++k) ++ends[(keys[k] & mask) + 1];
+    for (long c = 0; c < width; ++c) ends[c + 1] += ends[c];
+    for (long k = 0; k < count; ++k) {
+      const long p = ends[keys[k] & mask]++;
+      rows[p] = keys[k] >> s;
+      values[p] = vals[k];
+    }
+    // Columns of at most one entry are the most common and the least
+    // predictable: they are copied without a branch on the length (an empty
+    // column copies the next entry and keeps nothing; the block's range is
+    // free by now and kept stays below the next unread place, so this
+    // writes inside it).
+    long from = 0;
+    for (long c = 0; c < width; ++c) {
+      const long len = ends[c] - from;
+      jc[c] = kept;
+      if (len <= 1) {
+        if (from < count) {
+          ir[kept] = rows[from];
+          pr[kept] = values[from];
+          kept += len & static_cast<long>(!sparse_element<T>::is_zero(values[from]));
+        }
+      } else if (by_row) {
+        kept = merge_column(rows + from, values + from, len, ir, pr, kept);
+      } else {
+        kept = place_column(rows + from, values + from, len, kept);
+      }
+      jce[c] = kept;
+      from = ends[c];
+    }
+    return kept;
+  }
+
+  // A block of at most one entry per sparse_block_density columns, where
+  // any work per column would cost more than the entries: its entries are
+  // sorted by column with the radix helper, which keeps list order within a
+  // column, through the buffer; each column met is then sorted by row and
+  // merged at kept, and the empty columns between are filled in runs.
+  // Reads stay ahead of the writes at kept as in the deal, so the block's
+  // own range may hold the sorted entries.
+  long finish_sparse(long* keys, T* vals, long count, long first, long width, long kept) {
+    long* other_keys = buffer_rows_.data();
+    T* other_vals = buffer_values_.data();
+    radix_.sort(keys, vals, other_keys, other_vals, count, 0, s_, column_digit_bits);
+    long* const ir = ir_;
+    T* const pr = pr_;
+    long* const jc = jc_ + first;
+    long* const jce = jce_ + first;
+    const long mask = mask_;
+    const int s = s_;
+    long c = 0;
+    for (long k = 0; k < count;) {
+      const long col = keys[k] & mask;
+      long end = k + 1;
+      while (end < count && (keys[end] & mask) == col) ++end;
+      std::fill(jc + c, jc + col, kept);
+      std::fill(jce + c, jce + col, kept);
+      jc[col] = kept;
+      if (end - k == 1) {
+        if (!sparse_element<T>::is_zero(vals[k])) {
+          ir[kept] = keys[k] >> s;
+          pr[kept] = vals[k];
+          ++kept;
+        }
+      } else if (short_keys_ && end - k <= short_column_keys::max_len) {
+        // Copied out first: the sorted entries may lie where kept writes.
+        long rows[short_column_keys::max_len];
+        T values[short_column_keys::max_len];
+        for (long q = k; q < end; ++q) {
+          rows[q - k] = keys[q] >> s;
+          values[q - k] = vals[q];
+        }
+        kept = place_short_column(rows, values, end - k, ir, pr, kept);
+      } else {
+        for (long q = k; q < end; ++q) keys[q] >>= s;
+        sorter_.sort(keys + k, vals + k, end - k);
+        kept = merge_column(keys + k, vals + k, end - k, ir, pr, kept);
+      }
+      jce[col] = kept;
+      c = col + 1;
+      k = end;
+    }
+    std::fill(jc + c, jc + width, kept);
+    std::fill(jce + c, jce + width, kept);
+    return kept;
+  }
+
+  // A column of two or more entries of the buffer, in list order, sorted
+  // by row and merged at kept.
+  long place_column(long* rows, T* values, long len, long kept) {
+    if (short_keys_ && len <= short_column_keys::max_len)
+      return place_short_column(rows, values, len, ir_, pr_, kept);
+    sorter_.sort(rows, values, len);
+    return merge_column(rows, values, len, ir_, pr_, kept);
+  }
+
+  index_vector buffer_rows_;
+  value_vector buffer_values_;
+  index_vector ends_;  // made by the first block that deals (sparse blocks do not)
+  index_vector scratch_rows_;
+  value_vector scratch_values_;
+  column_sorter<T> sorter_;
+  radix_helper radix_;
+  const int s_;
+  const long mask_;
+  const long ncols_;
+  const long biggest_;
+  const int row_bits_;
+  const bool short_keys_;
+  long* const ir_;
+  T* const pr_;
+  long* const jc_;
+  long* const jce_;
+};
+
+}  // namespace
+
+template <class T>
+sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m, long n) {
+  initialize(0, 0, 0);
+  long nrows = non_negative(m);
+  const long total = static_cast<long>(triplets.size());
+
+  // jc holds ncols + 1 entries: a column beyond that is a vector beyond the
+  // allocator's maximum (tested before ncols + 1 is formed, so LONG_MAX does
+  // not wrap).
+  const long col_limit = static_cast<long>(zo_allocator<long>::max_elements()) - 1;
+  if (non_negative(n) > col_limit) internal::throw_max_size_reached();
+
+  block_layout<T> layout = count_pass(triplets, non_negative(n), col_limit);
+  const long ncols = layout.ncols;
+  const long highest_row = layout.highest_row;
 
   sparse_detail::require_block<long>(static_cast<size_t>(ncols) + 1);
   index_vector jc_made(static_cast<size_t>(ncols) + 1, boost::container::default_init);
@@ -370,122 +564,23 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   jce_->swap(jce_made);
   ir_->swap(ir_made);
   pr_->swap(pr_made);
-  prepare_for_writing(*jc_);
-  prepare_for_writing(*jce_);
-  prepare_for_writing(*ir_);
-  prepare_for_writing(*pr_);
+  prepare_vector_for_writing(*jc_);
+  prepare_vector_for_writing(*jce_);
+  prepare_vector_for_writing(*ir_);
+  prepare_vector_for_writing(*pr_);
   dims_[0] = nrows;
   dims_[1] = ncols;
   refresh_values();
   long* ir = ir_->data();
   T* pr = values_;
-  long* jc = jc_->data();
-  long* jce = jce_->data();
 
-  // Pass 2.  starts[b] becomes the start of block b's range.
-  long biggest = 0;
-  for (long b = 0; b < nblocks; ++b) {
-    biggest = std::max(biggest, starts[b + 1]);
-    starts[b + 1] += starts[b];
-  }
-  index_vector next(starts.begin(), starts.begin() + nblocks);
-  for (const triplet<T>& t : triplets) {
-    const long k = next[t.col >> s]++;
-    ir[k] = (t.row << s) | (t.col & mask);
-    pr[k] = t.value;
-  }
+  const long biggest = bucket_pass(triplets, layout, ir, pr);
 
-  // Pass 3.  ends[c] is first the start, then the end of column c of the
-  // block in the buffer.  Blocks whose columns are long on average are
-  // first sorted by row as a whole (radix passes between the block's own
-  // range and a scratch buffer), so that dealing them to their columns, which
-  // is stable, leaves every column sorted.
-  index_vector ends;  // made by the first block that deals (sparse blocks do not)
-  // The short sort reads a column's rows 16 at a time: room past the end.
-  index_vector buffer_rows(static_cast<size_t>(biggest + short_column_keys::max_len),
-                           boost::container::default_init);
-  value_vector buffer_values(static_cast<size_t>(biggest), boost::container::default_init);
-  long* rows = buffer_rows.data();
-  T* values = buffer_values.data();
-  const int row_bits = highest_row > 0 ? 64 - __builtin_clzl(static_cast<unsigned long>(highest_row)) : 0;
-  const bool radix_rows = row_bits <= radix_sorter::max_row_bits;
-  radix_sorter radix(row_bits, s);
-  index_vector scratch_rows;
-  value_vector scratch_values;
-  const bool short_keys = highest_row < short_column_keys::max_rows;
-  column_sorter<T> sorter(0, highest_row + 1);
+  block_finisher<T> finisher(layout, biggest, ir, pr, jc_->data(), jce_->data());
   long kept = 0;
-  for (long b = 0; b < nblocks; ++b) {
-    const long first = b << s;
-    const long width = std::min(ncols - first, mask + 1);
-    const long lo = starts[b], hi = starts[b + 1];
-    const long* keys = ir + lo;
-    const T* vals = pr + lo;
-    const bool by_row = radix_rows && hi - lo >= radix_sorter::min_column * width;
-    if (by_row) {
-      if (scratch_rows.size() < static_cast<size_t>(hi - lo)) {
-        scratch_rows.resize(static_cast<size_t>(biggest), boost::container::default_init);
-        scratch_values.resize(static_cast<size_t>(biggest), boost::container::default_init);
-      }
-      radix.sort(ir + lo, pr + lo, scratch_rows.data(), scratch_values.data(), hi - lo, keys, vals);
-    }
-    if (!by_row && (hi - lo) * sparse_block_density <= width) {
-      kept = finish_sparse_block(ir + lo, pr + lo, hi - lo, s, rows, values, sorter, ir, pr, jc + first,
-                                 jce + first, width, kept);
-      continue;
-    }
-    if (ends.empty()) ends.resize(static_cast<size_t>(mask) + 2, boost::container::default_init);
-    std::fill_n(ends.data(), width + 1, 0L);
-    for (long k = 0; k < hi - lo; ++k) ++ends[(keys[k] & mask) + 1];
-    for (long c = 0; c < width; ++c) ends[c + 1] += ends[c];
-    for (long k = 0; k < hi - lo; ++k) {
-      const long p = ends[keys[k] & mask]++;
-      rows[p] = keys[k] >> s;
-      values[p] = vals[k];
-    }
-    // Columns of at most one entry are the most common and the least
-    // predictable: they are copied without a branch on the length (an empty
-    // column copies the next entry and keeps nothing; the block's range is
-    // free by now and kept stays below the next unread place, so this
-    // writes inside it).  Two unequal non-zero rows are ordered in place.
-    long from = 0;
-    const long count = hi - lo;
-    for (long c = 0; c < width; ++c) {
-      const long len = ends[c] - from;
-      jc[first + c] = kept;
-      if (len <= 1) {
-        if (from < count) {
-          ir[kept] = rows[from];
-          pr[kept] = values[from];
-          kept += len & static_cast<long>(!sparse_element<T>::is_zero(values[from]));
-        }
-      } else if (len == 2 && !by_row && rows[from] != rows[from + 1] &&
-                 !sparse_element<T>::is_zero(values[from]) && !sparse_element<T>::is_zero(values[from + 1])) {
-        const long low = rows[from + 1] < rows[from];
-        ir[kept] = rows[from + low];
-        pr[kept] = values[from + low];
-        ir[kept + 1] = rows[from + 1 - low];
-        pr[kept + 1] = values[from + 1 - low];
-        kept += 2;
-      } else {
-        if (by_row) {
-          kept = merge_column(rows + from, values + from, len, ir, pr, kept);
-        } else if (short_keys && len <= short_column_keys::max_len) {
-          // Sorted straight to its final place; merged there when needed.
-          if (sort_short_column(rows + from, values + from, len, ir + kept, pr + kept))
-            kept += len;
-          else
-            kept = merge_column(ir + kept, pr + kept, len, ir, pr, kept);
-        } else {
-          sorter.sort(rows + from, values + from, len);
-          kept = merge_column(rows + from, values + from, len, ir, pr, kept);
-        }
-      }
-      jce[first + c] = kept;
-      from = ends[c];
-    }
-  }
-  jc[ncols] = kept;
+  for (long b = 0, nblocks = layout.blocks(); b < nblocks; ++b)
+    kept = finisher.finish(b, layout.starts[b], layout.starts[b + 1], kept);
+  (*jc_)[ncols] = kept;
 }
 
 #define ZORVAT_INSTANTIATE_SPARSE_FROM_TRIPLETS(T) \
