@@ -9,7 +9,7 @@
 // kinds and variable lists are "unknown" in cells, also on purpose.
 // This header only declares the payload types, so zo_obj.h can expand the
 // list for its debug check of get<T>(); kind_table.h builds the dispatch on
-// it for the library's own sources.
+// it for the library's own sources, and kind_traits.h the classes of kinds.
 #pragma once
 
 namespace zorvat {

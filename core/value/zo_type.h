@@ -9,8 +9,9 @@
 //
 // IDs 1..14 are the dense numeric, text and logical arrays in a fixed order
 // (signed integers by width, unsigned integers by width, double, single,
-// complex double, complex single, char, logical); code tests "ID < 15" for a
-// dense array of a scalar element type and "ID < 13" for a numeric one.
+// complex double, complex single, char, logical).  Classes of kinds (dense,
+// sparse, numeric, complex, ...) are asked of value/kind_traits.h, which
+// derives them from the kind list, rather than written as ranges of IDs.
 #pragma once
 
 #include <cstdint>
