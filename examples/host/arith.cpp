@@ -22,9 +22,10 @@ using zorvat::zo_type;
 
 namespace {
 
-bool is_int_kind(int t) { return t >= zorvat::type_int8 && t <= zorvat::type_uint64; }
+bool is_int_kind(int t) { return zorvat::internal::is_integer_kind(t); }
 bool is_single_kind(int t) { return t == zorvat::type_single || t == zorvat::type_complex_single; }
-bool is_complex_kind(int t) { return t == zorvat::type_complex_double || t == zorvat::type_complex_single; }
+// Dense complex arrays: the only complex operands of the host's arithmetic.
+bool is_complex_kind(int t) { return zorvat::internal::is_complex_kind(t) && !zorvat::internal::is_sparse_kind(t); }
 
 std::string dims_text(const std::vector<long>& d) {
   std::string s;

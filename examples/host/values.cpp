@@ -129,7 +129,7 @@ const cast_entry casts[] = {
 
 }  // namespace
 
-bool is_dense_kind(const zo_obj& v) { return v.type >= zorvat::type_int8 && v.type <= zorvat::type_logical; }
+bool is_dense_kind(const zo_obj& v) { return zorvat::internal::is_scalar_dense_kind(v.type); }
 
 num_array read_array(const zo_obj& v, int col) {
   if (!is_dense_kind(v))
