@@ -115,7 +115,7 @@ struct reader {
     h.cls = h.flags & 0xFF;
     h.nzmax = u32(f.data + 4);
     const element d = next(p, end);
-    if (d.type != mi_int32 || d.bytes == 0 || d.bytes % 4) corrupt();
+    if ((d.type != mi_int32 && d.type != mi_uint32) || d.bytes == 0 || d.bytes % 4) corrupt();
     h.count = 1;
     for (std::uint64_t k = 0; k < d.bytes / 4; ++k) {
       const std::int32_t n = load<std::int32_t>(d.data + 4 * k, swap);
@@ -196,14 +196,21 @@ struct reader {
       for (std::uint64_t i = 0; i < e.bytes;) {
         // The code points of the UTF-8 data, one per character.
         const unsigned c = e.data[i];
-        const int len = c < 0x80 ? 1 : c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 0;
-        if (len == 0 || i + len > e.bytes) corrupt();
-        std::uint32_t cp = len == 1 ? c : c & (0x3F >> (len - 1));
+        // A byte that starts no valid sequence is one replacement character.
+        int len = c < 0x80 ? 1 : c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 0;
+        for (int k = 1; k < len; ++k)
+          if (i + k >= e.bytes || (e.data[i + k] & 0xC0) != 0x80) len = 0;
+        std::uint32_t cp = 0xFFFD;
+        if (len > 1) cp = c & (0x3F >> (len - 1));
+        if (len == 1) cp = c;
         for (int k = 1; k < len; ++k) cp = (cp << 6) | (e.data[i + k] & 0x3F);
         units.push_back(cp);
-        i += len;
+        i += len ? len : 1;
       }
       if (units.size() != h.count) corrupt();
+    } else if (e.bytes == 0 && h.count <= 4096) {
+      // Some writers leave out the data of a short blank text.
+      units.assign(h.count, ' ');
     } else {
       units.resize(h.count);
       const element as_int{e.type == mi_utf16 ? mi_uint16 : e.type == mi_utf32 ? mi_uint32 : e.type, e.data, e.bytes};
@@ -240,6 +247,8 @@ struct reader {
     const int parts = std::is_same_v<T, std::complex<double>> ? 2 : 1;
     for (int part = 0; part < parts; ++part) {
       element v = next(p, end);
+      // Some writers tag the bytes of a logical sparse matrix as doubles.
+      if (std::is_same_v<T, bool> && v.type == mi_double && v.bytes == static_cast<std::uint64_t>(nnz)) v.type = mi_uint8;
       const std::size_t vs = mat5_type_size(v.type);
       if (!vs || v.bytes % vs || v.bytes / vs < static_cast<std::uint64_t>(nnz)) corrupt();
       v.bytes = nnz * vs;
@@ -268,7 +277,7 @@ struct reader {
   std::shared_ptr<zo_obj> record(const array_header& h, bytes_t& p, bytes_t end, int depth) const {
     if (h.cls == mx_object) next(p, end);  // the class name
     const element len_e = next(p, end);
-    if (len_e.type != mi_int32 || len_e.bytes != 4) corrupt();
+    if ((len_e.type != mi_int32 && len_e.type != mi_uint32) || len_e.bytes != 4) corrupt();
     const std::int32_t len = load<std::int32_t>(len_e.data, swap);
     const element names_e = next(p, end);
     if (len <= 0 || (names_e.type != mi_int8 && names_e.type != mi_uint8) || names_e.bytes % len) corrupt();
@@ -278,8 +287,10 @@ struct reader {
     std::vector<structure::field_table*> tables;
     for (std::uint64_t f = 0; f < nf; ++f) {
       const char* n = reinterpret_cast<const char*>(names_e.data) + f * len;
-      const std::string name(n, strnlen(n, len));
-      if (name.empty() || s->isfield(name)) corrupt();
+      std::string name(n, strnlen(n, len));
+      // A repeated name becomes _1_name, _2_name, ... (as SciPy reads it).
+      for (int k = 1; s->isfield(name); ++k) name = "_" + std::to_string(k) + "_" + std::string(n, strnlen(n, len));
+      if (name.empty()) corrupt();
       tables.push_back(&s->create_field_table(name));
     }
     for (std::uint64_t r = 0; r < (nf ? h.count : 0); ++r)
@@ -386,6 +397,13 @@ struct mapping {
   }
 };
 
+// Variable names are ASCII (as every writer makes them).
+bool ascii_name(const std::string& s) {
+  for (unsigned char c : s)
+    if (c >= 0x80) return false;
+  return true;
+}
+
 // Calls f(header, value maker) for every variable of the level 5 image
 // [data, data + size): the maker reads the value when called.
 template <class F>
@@ -403,6 +421,7 @@ void each_variable(reader& rd, bytes_t data, std::size_t size, std::size_t heade
       if (e.bytes == 0) continue;
       h = rd.header(q, e.data + e.bytes);
       if (h.name.empty()) continue;
+      if (!ascii_name(h.name)) rd.corrupt();
       f(h, [&] { return rd.value(e.data, e.data + e.bytes, 0, h); });
     } else if (e.type == mi_compressed) {
       p = e.data + e.bytes;  // compressed variables are not padded
@@ -422,6 +441,7 @@ void each_variable(reader& rd, bytes_t data, std::size_t size, std::size_t heade
         }
       }
       if (h.name.empty()) continue;
+      if (!ascii_name(h.name)) rd.corrupt();
       f(h, [&] {
         const std::vector<unsigned char> all = rd.inflate(e, SIZE_MAX);
         bytes_t a = all.data();
