@@ -54,6 +54,12 @@ struct element {
   std::uint64_t bytes = 0;
 };
 
+// Bytes made for one compressed variable.
+struct buffer {
+  std::unique_ptr<unsigned char[]> p;
+  std::size_t n = 0;
+};
+
 // What a miMATRIX element declares before its data.
 struct array_header {
   std::uint32_t cls = 0, flags = 0, nzmax = 0;
@@ -337,49 +343,45 @@ struct reader {
 
   // A compressed variable: its miMATRIX element (tag included) inflated.
   // With `prefix`, at most that many bytes of it (for its header only).
-  std::vector<unsigned char> inflate(const element& e, std::size_t prefix) {
+  buffer inflate(const element& e, std::size_t prefix) {
     // The inner tag first, with zlib: it gives the size to inflate into.
     unsigned char tag[8];
-    z_stream z{};
-    if (inflateInit(&z) != Z_OK) throw std::bad_alloc();
-    z.next_in = const_cast<unsigned char*>(e.data);
-    z.avail_in = static_cast<uInt>(e.bytes);
-    z.next_out = tag;
-    z.avail_out = 8;
-    while (z.avail_out > 0 && inflate_step(z)) {
-    }
-    inflateEnd(&z);
-    if (z.avail_out > 0 || u32(tag) != mi_matrix) corrupt();
+    if (inflate_prefix(e, tag, 8) < 8 || u32(tag) != mi_matrix) corrupt();
     const std::uint64_t size = 8 + static_cast<std::uint64_t>(u32(tag + 4));
     // Deflate expands at most 1032 to 1.
     if (size > e.bytes * 1032 + 64) corrupt();
-    std::vector<unsigned char> out;
+    buffer out;
     if (prefix < size) {
-      out.resize(prefix);
-      z = z_stream{};
-      if (inflateInit(&z) != Z_OK) throw std::bad_alloc();
-      z.next_in = const_cast<unsigned char*>(e.data);
-      z.avail_in = static_cast<uInt>(e.bytes);
-      z.next_out = out.data();
-      z.avail_out = static_cast<uInt>(prefix);
-      while (z.avail_out > 0 && inflate_step(z)) {
-      }
-      inflateEnd(&z);
-      out.resize(prefix - z.avail_out);
+      out.p.reset(new unsigned char[prefix]);
+      out.n = inflate_prefix(e, out.p.get(), prefix);
       return out;
     }
     if (!inflater) {
       inflater.reset(libdeflate_alloc_decompressor());
       if (!inflater) throw std::bad_alloc();
     }
-    out.resize(size + 8);  // room for padding after the element
+    out.p.reset(new unsigned char[size + 8]);  // room for padding after the element
     std::size_t got = 0;
-    if (libdeflate_zlib_decompress(inflater.get(), e.data, e.bytes, out.data(), out.size(), &got) !=
+    if (libdeflate_zlib_decompress(inflater.get(), e.data, e.bytes, out.p.get(), size + 8, &got) !=
             LIBDEFLATE_SUCCESS ||
         got < size)
       corrupt();
-    out.resize(size);
+    out.n = size;
     return out;
+  }
+  // Inflates the first n bytes of e (zlib, streaming) into out; returns the
+  // number of bytes there were.
+  std::size_t inflate_prefix(const element& e, unsigned char* out, std::size_t n) const {
+    z_stream z{};
+    if (inflateInit(&z) != Z_OK) throw std::bad_alloc();
+    z.next_in = const_cast<unsigned char*>(e.data);
+    z.avail_in = static_cast<uInt>(e.bytes);
+    z.next_out = out;
+    z.avail_out = static_cast<uInt>(n);
+    while (z.avail_out > 0 && inflate_step(z)) {
+    }
+    inflateEnd(&z);
+    return n - z.avail_out;
   }
   bool inflate_step(z_stream& z) const {
     const int r = ::inflate(&z, Z_SYNC_FLUSH);
@@ -426,26 +428,26 @@ void each_variable(reader& rd, bytes_t data, std::size_t size, std::size_t heade
     } else if (e.type == mi_compressed) {
       p = e.data + e.bytes;  // compressed variables are not padded
       // The header from the first bytes; all of them when it is longer.
-      std::vector<unsigned char> head = rd.inflate(e, header_prefix);
+      buffer head = rd.inflate(e, header_prefix);
       array_header h;
       for (bool whole = false;; whole = true) {
         try {
-          bytes_t q = head.data();
-          const element inner = rd.next(q, head.data() + head.size());
+          bytes_t q = head.p.get();
+          const element inner = rd.next(q, head.p.get() + head.n);
           bytes_t r = inner.data;
           h = rd.header(r, inner.data + inner.bytes);
           break;
         } catch (const std::runtime_error&) {
-          if (whole || head.size() < header_prefix) throw;
+          if (whole || head.n < header_prefix) throw;
           head = rd.inflate(e, SIZE_MAX);
         }
       }
       if (h.name.empty()) continue;
       if (!ascii_name(h.name)) rd.corrupt();
       f(h, [&] {
-        const std::vector<unsigned char> all = rd.inflate(e, SIZE_MAX);
-        bytes_t a = all.data();
-        const element m = rd.next(a, all.data() + all.size());
+        const buffer all = rd.inflate(e, SIZE_MAX);
+        bytes_t a = all.p.get();
+        const element m = rd.next(a, all.p.get() + all.n);
         array_header h2;
         return rd.value(m.data, m.data + m.bytes, 0, h2);
       });
