@@ -88,3 +88,13 @@ colstats({1, 2})
 colstats(quat(1, 2, 3, 4))
 plugin unload quaternion
 plugin unload colstats
+% A workspace saved to a MAT-file (version 7 unless -v6 or -v7.3 says
+% otherwise), cleared, and loaded back.
+clear
+x = 1.5; m = [1 2.5; -3 4e3]; c = 'a char array'; st = struct('name', 'Ada', 'year', 1843);
+save tour.mat
+save tour73.mat m -v7.3
+clear
+load tour.mat
+st
+load tour73.mat

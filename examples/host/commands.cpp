@@ -1,5 +1,6 @@
 // commands.cpp: the commands of zorvat-host (format, plugin, help, who,
-// path, clear, exit), written as words: "plugin load quaternion".
+// path, clear, exit; save and load in save_load.cpp), written as words:
+// "plugin load quaternion".
 #include <cstdlib>
 
 #include "display/display_format.h"
@@ -44,7 +45,7 @@ std::string host_help() {
 
 }  // namespace
 
-const char* const command_words[] = {"format", "plugin", "help", "who", "path", "clear", "exit"};
+const char* const command_words[] = {"format", "plugin", "help", "who", "path", "clear", "exit", "save", "load"};
 const size_t command_count = sizeof command_words / sizeof command_words[0];
 
 bool session::is_known_name(const std::string& name) const {
@@ -69,6 +70,10 @@ bool session::run_command(const std::vector<std::string>& w) {
   const std::string& cmd = w[0];
   if (cmd == "exit") {
     exit_ = true;
+    return true;
+  }
+  if (cmd == "save" || cmd == "load") {
+    run_save_load(w);
     return true;
   }
   if (cmd == "format") {
@@ -106,12 +111,16 @@ bool session::run_command(const std::vector<std::string>& w) {
   }
   if (cmd == "help") {
     if (w.size() == 1) {
-      out(host_help());
+      out(host_help() + save_load_help(""));
+      return true;
+    }
+    if (const char* h = save_load_help(w[1])) {
+      out(h);
       return true;
     }
     for (const char* c : command_words)
       if (w[1] == c) {
-        out(host_help());
+        out(host_help() + save_load_help(""));
         return true;
       }
     if (const char* b = builtin_help(w[1])) {

@@ -125,7 +125,7 @@ void* f2k(std::string const& q, void* arg) {
     return &answer;
   }
   if (q == "keyword_list") {
-    answer = "format;plugin;help;who;path;clear;exit;true;false;Inf;NaN";
+    answer = "format;plugin;help;who;path;clear;exit;save;load;true;false;Inf;NaN";
     return &answer;
   }
   if (q == "feval_ptr") {

@@ -3,7 +3,7 @@
 //
 // A session owns the workspace (named values), the search-path list and the
 // set of plugins that it loaded.  run_line() evaluates one line: commands
-// (format, plugin, help, who, path, clear, exit) or statements `name = expr`,
+// (format, plugin, help, who, path, clear, exit, save, load) or statements `name = expr`,
 // `name(i, j) = expr`, `name{i} = expr` and bare `expr`, separated by ',' or
 // ';' (';' suppresses the display).  Errors are reported as one line on
 // standard error; a statement that fails leaves the workspace as it was.
@@ -79,6 +79,13 @@ constexpr int max_nesting = 200;
 // The command words, in the order of `help`.
 extern const char* const command_words[];
 extern const size_t command_count;
+
+// The commands save and load (save_load.cpp): run_save_load takes the words
+// of the line and throws host_error or the library's errors;
+// save_load_help gives the help of "save" or "load", the line of both for
+// the list of commands for "", and null for any other word.
+void run_save_load(const std::vector<std::string>& words);
+const char* save_load_help(const std::string& word);
 
 // The one session of the process, for the host's query callbacks.
 session*& current_session();

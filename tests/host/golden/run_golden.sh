@@ -3,7 +3,9 @@
 # The script's standard output (followed by its exit status) and standard
 # error are compared byte for byte with EXPECTED_DIR/<name>.out and .err.
 # The messages are the Chinese originals (a Chinese locale; installed or not,
-# no catalogue is looked up for it).
+# no catalogue is looked up for it).  The host runs in a fresh folder holding
+# a copy of the script, so files that a script writes (save) go there and
+# are removed with it.
 # ZORVAT_GOLDEN_ROOT, when set, is the plugin root, replaced by <plugin_root>.
 # With ZORVAT_GOLDEN_UPDATE=1 the expected files are rewritten instead.
 host=$1 script=$2 dir=$3
@@ -11,7 +13,7 @@ shift 3
 name=$(basename "$script" .zs)
 tmp=$(mktemp -d) || exit 2
 trap 'rm -rf "$tmp"' EXIT
-cd "$(dirname "$script")" || exit 2
+mkdir "$tmp/work" && cp "$script" "$tmp/work/" && cd "$tmp/work" || exit 2
 COLUMNS=80 LC_ALL=zh_CN.UTF-8 "$host" "$@" "$(basename "$script")" >"$tmp/out" 2>"$tmp/err" </dev/null
 echo "[exit $?]" >>"$tmp/out"
 # Paths of the build tree vary: the plugin root is written as <plugin_root>.
