@@ -80,7 +80,7 @@ template <int N>
 class BufferedStream {
  public:
   BufferedStream(std::ostream* out, long threshold) : threshold(threshold), out(out) {
-    text_.reserve(static_cast<std::size_t>(threshold > 0 && threshold < (1L << 20) ? threshold : 1L << 20) + 256);
+    text_.reserve(static_cast<std::size_t>(threshold <= 0 ? 0 : threshold < (1L << 20) ? threshold : 1L << 20) + 256);
   }
 
   void write(const char* p, std::size_t n) {
@@ -89,8 +89,11 @@ class BufferedStream {
     if (static_cast<long>(text_.size()) > threshold) flush();
   }
   bool stopped() const { return false; }
-  // Nothing is ever dropped: pieces may always be joined.
-  bool fits(std::size_t) const { return true; }
+  // Nothing is ever dropped, but joined pieces reach the destination in
+  // fewer flushes: a threshold of 0 or less flushes after every insertion,
+  // so pieces are then inserted one by one.  Larger thresholds only set how
+  // often the destination is written to, and joining keeps the text.
+  bool fits(std::size_t) const { return threshold > 0; }
   // Emits the buffered text, empties the buffer and clears its error state.
   void flush();
 
@@ -118,8 +121,10 @@ struct is_display_sink<BufferedStream<N>> : std::true_type {};
 
 // Joins consecutive insertions into writes of about `chunk` characters.  The
 // text, and the point where obj2str's cap cuts it, stay those of inserting
-// every piece by itself: a piece that would carry the sink past its cap is
-// inserted alone, after the pieces before it.  A renderer formats a piece
+// every piece by itself: a piece that the sink does not take joined (one
+// that would carry obj2str's sink past its cap, any piece for a console
+// sink that flushes after every insertion) is inserted alone, after the
+// pieces before it.  A renderer formats a piece
 // straight into room() and passes its length to commit(); flush() before
 // writing to the sink by any other way.
 //
@@ -148,7 +153,7 @@ class chunked_writer {
     }
     const std::size_t before = used_;
     used_ = 0;
-    s_.write(buf_, before);
+    if (before != 0) s_.write(buf_, before);
     s_.write(buf_ + before, n);
   }
   void put(char c) {

@@ -102,13 +102,15 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
   const long* ir = m.ir();
   const long* jc = m.jc();
   const long* jce = m.jce();
-  long entries = 0;  // the real entries: slack behind a column's end is not counted
-  for (long j = 0; j < cols; ++j) entries += jce[j] - jc[j];
-  if (entries == 0) {
+  // The notice tests nnz(), counted from the column starts: a matrix whose
+  // slack between columns is all it holds goes on, and prints no entry.
+  if (m.nnz() == 0) {
     s << tr("  (全 0 矩阵)\n");
     loose_newline(s);
     return;
   }
+  long entries = 0;  // the real entries: slack behind a column's end is not counted
+  for (long j = 0; j < cols; ++j) entries += jce[j] - jc[j];
   const int rw = decimal_digits(rows), cw = decimal_digits(cols);
   const std::uint32_t format = global::fmt_fl.format;
   double scale = 1.0;
@@ -120,9 +122,10 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
     }
   }
   const compiled_format f(info.fmt);
-  // Each entry is one insertion: "  (" row "," column ")", then the element
-  // text (or one sign character) and "\n".
-  static_assert(64 + compiled_format::max_text <= chunked_writer<S>::max_piece, "an entry line is one piece");
+  // Each entry is three insertions: "  (" row "," column ")", the element
+  // text (or one sign character), and "\n"; obj2str's cap cuts between them.
+  static_assert(64 <= chunked_writer<S>::max_piece, "a position is one piece");
+  static_assert(compiled_format::max_text <= chunked_writer<S>::max_piece, "an element text is one piece");
   chunked_writer<S> out(s);
   // "  (" and the padded row number of every row, 16 characters a row, when
   // there are no more rows than entries (making it costs less than writing
@@ -162,14 +165,14 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
       }
       std::memcpy(p, col_text, sizeof col_text);  // a fixed size: no call; the room has space
       p += col_len;
+      out.commit(static_cast<size_t>(p - line));
       if (format == 9)
-        *p++ = sign_char(pr[k]);
+        out.put(sign_char(pr[k]));
       else
         // A stored NaN keeps printf's lower-case "nan" here, unlike the dense
         // display (intended).
-        p += format_element(p, f, info, pr[k], static_cast<typename real_of<T>::type>(scale));
-      *p++ = '\n';
-      out.commit(static_cast<size_t>(p - line));
+        out.commit(format_element(out.room(), f, info, pr[k], static_cast<typename real_of<T>::type>(scale)));
+      out.put('\n');
     }
   }
   out.flush();

@@ -13,7 +13,7 @@
 // gives the length of an element's text and writes it into a line.  Column
 // widths are measured one column at a time and each page is written as soon
 // as it is known, so a sink that stops (obj2str's cap) stops the work too.
-// Every row of a page is one insertion.
+// Every column of a row, and the line feed that ends it, is one insertion.
 //
 //   matrix<std::string> t(1, 2);
 //   t(0) = "ab";
@@ -76,24 +76,26 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
       s << column_page_header(first + 1, last + 1, false);
       loose_newline(s);
     }
-    long row_len = 1;
-    for (long w : col_width) row_len = sat_add(row_len, sat_add(w, 4 + brackets));
     for (long i = 0; i < rows && !s.stopped(); ++i) {
-      // A row is one insertion: short rows are made in the writer's room,
-      // long ones in a string of their own.
-      // Short paddings are written as blanks_max blanks (a fixed size, no
-      // call), which may reach that far past the row's end.
-      const bool short_row = row_len <= static_cast<long>(chunked_writer<S>::max_piece) - blanks_max;
-      if (!short_row) {
-        out.flush();
-        line.resize(static_cast<size_t>(sat_add(row_len, blanks_max)));
-      }
-      char* const row = short_row ? out.room() : &line[0];
-      item looked;
-      char* p = row;
+      // Every column's text with its blanks and brackets is one insertion,
+      // and the "\n" that ends the row another: obj2str's cap cuts between
+      // them.  Short ones are made in the writer's room, long ones in a
+      // string of their own.  Short paddings are written as blanks_max
+      // blanks (a fixed size, no call), which may reach that far past the
+      // piece's end.
       for (long j = first; j <= last; ++j) {
+        const long w = col_width[static_cast<size_t>(j - first)];
+        const long piece = sat_add(w, 4 + brackets);
+        const bool short_piece = piece <= static_cast<long>(chunked_writer<S>::max_piece) - blanks_max;
+        if (!short_piece) {
+          out.flush();
+          line.resize(static_cast<size_t>(sat_add(piece, blanks_max)));
+        }
+        char* const cell = short_piece ? out.room() : &line[0];
+        char* p = cell;
         // Read in place: a copy stored wide and read back in narrower pieces
         // stalls.
+        item looked;
         const item& it = keep_items ? items[static_cast<size_t>((j - first) * rows + i)]
                                     : (looked = src.look(base[i * rs + j * cs]));
         std::memset(p, ' ', 4);
@@ -101,19 +103,20 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
         if (open != 0) *p++ = open;
         src.put(p, it);
         p += it.length;
-        const long fill = col_width[static_cast<size_t>(j - first)] - it.length;
+        const long fill = w - it.length;
         if (fill <= blanks_max)
           std::memcpy(p, blanks, blanks_max);
         else
           std::memset(p, ' ', static_cast<size_t>(fill));
         p += fill;
         if (close != 0) *p++ = close;
+        if (short_piece)
+          out.commit(static_cast<size_t>(p - cell));
+        else
+          s.write(line.data(), static_cast<size_t>(piece));
+        if (s.stopped()) return;
       }
-      *p++ = '\n';
-      if (short_row)
-        out.commit(static_cast<size_t>(p - row));
-      else
-        s.write(line.data(), static_cast<size_t>(row_len));
+      out.put('\n');
     }
     out.flush();
   };
