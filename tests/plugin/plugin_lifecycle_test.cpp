@@ -62,6 +62,9 @@ TEST_F(PluginLifecycle, AnArgumentLeftInAnOutputSlotComesBackAsACopy) {
   plugin_manager::apply_function(mgr().get_function_by_name("alias::echo"), 3, args, out);
   expect_copies(out, 3);
   out.clear();
+  EXPECT_THROW(plugin_manager::apply_function(mgr().get_function_by_name("alias::echo_then_fail"), 2, args, out),
+               std::runtime_error);
+  EXPECT_TRUE(out.empty());
   mgr().apply_overload_function("alias_echo", 2, args, out);
   expect_copies(out, 2);
   const auto object = value_of_type(id);

@@ -378,6 +378,16 @@ TEST(ZexDirect, EveryFailureResultIsTheDocumentedOne) {
     EXPECT_EQ(zxLastError() ? std::string(zxLastError()) : "", view->is_contiguous() ? "" : "zxGetData：数组的元素不是连续存放的");
     zxClearError();
   }
+  // A duplicate of the strided view is written as a packed array of its own.
+  for (long k = 0; k < block.size(); ++k) block(k) = static_cast<double>(k);
+  const zo_obj strided(zorvat::type_double, new matrix<double>(block.view(2, 1, 1, 3, 2)));  // elements 1, 3
+  __zxArray* dup = zxDuplicateArray(reinterpret_cast<const __zxArray*>(&strided));
+  auto* w = static_cast<double*>(zxGetWritableData(dup));
+  ASSERT_NE(w, nullptr) << zxLastError();
+  EXPECT_EQ((std::vector<double>{w[0], w[1]}), (std::vector<double>{1, 3}));
+  w[0] = 9;
+  EXPECT_EQ(block(1), 1.0);
+  zxDestroyArray(dup);
   EXPECT_EQ(zxLastError(), nullptr);
   // Counts and pointers that cannot be right, each with its message.
   static const long jc[] = {0, 1};

@@ -1,6 +1,8 @@
 // A plugin in a folder of a folder (loaded as "tp_vendor/alias") whose
 // function, operator and overload put an argument into an output slot, as a
 // C plugin easily does: `plhs[0] = (__zxArray*)prhs[0]`.
+#include <stdexcept>
+
 #include "plugin/plugin_manager.h"
 #include "plugin/zx_plugin.h"
 #include "value/zo_obj.h"
@@ -13,6 +15,12 @@ void echo(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
   for (int k = 0; k < nlhs && nrhs > 0; ++k) plhs[k] = (__zxArray*)prhs[k % nrhs];
 }
 
+// The same, and then fails: the slot is released unadopted.
+void echo_then_fail(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
+  echo(nlhs, plhs, nrhs, prhs);
+  throw std::runtime_error("failed after the outputs");
+}
+
 int id = 0;
 
 // The object type identifier that the operator is registered for.
@@ -23,6 +31,7 @@ void type_id(int, __zxArray** plhs, int, const __zxArray**) {
 const zxFunctionEntry table[] = {
     {"alias::echo", echo, nullptr},
     {"alias::type_id", type_id, nullptr},
+    {"alias::echo_then_fail", echo_then_fail, nullptr},
     {nullptr, nullptr, nullptr},
 };
 
