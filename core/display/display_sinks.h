@@ -156,6 +156,23 @@ class chunked_writer {
     if (before != 0) s_.write(buf_, before);
     s_.write(buf_ + before, n);
   }
+  // Pieces written one after another at room(), piece k ending ends[k]
+  // characters in: joined when the sink takes them so, else inserted one by
+  // one (the same text and cut as commit() of each).
+  // REQUIRES: count >= 1 and ends[count - 1] <= max_piece.
+  void commit_pieces(const std::size_t* ends, std::size_t count) {
+    const std::size_t n = ends[count - 1];
+    ZORVAT_ASSERT(count >= 1 && n <= max_piece);
+    if (s_.fits(used_ + n)) {
+      used_ += n;
+      if (used_ >= chunk) flush();
+      return;
+    }
+    const std::size_t before = used_;
+    used_ = 0;
+    if (before != 0) s_.write(buf_, before);
+    for (std::size_t k = 0, from = 0; k < count; from = ends[k++]) s_.write(buf_ + before + from, ends[k] - from);
+  }
   void put(char c) {
     *room() = c;
     commit(1);

@@ -124,8 +124,8 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
   const compiled_format f(info.fmt);
   // Each entry is three insertions: "  (" row "," column ")", the element
   // text (or one sign character), and "\n"; obj2str's cap cuts between them.
-  static_assert(64 <= chunked_writer<S>::max_piece, "a position is one piece");
-  static_assert(compiled_format::max_text <= chunked_writer<S>::max_piece, "an element text is one piece");
+  // They are made in one piece of room and joined where the sink allows.
+  static_assert(64 + compiled_format::max_text <= chunked_writer<S>::max_piece, "an entry line fits the room");
   chunked_writer<S> out(s);
   // "  (" and the padded row number of every row, 16 characters a row, when
   // there are no more rows than entries (making it costs less than writing
@@ -165,14 +165,18 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
       }
       std::memcpy(p, col_text, sizeof col_text);  // a fixed size: no call; the room has space
       p += col_len;
-      out.commit(static_cast<size_t>(p - line));
+      size_t ends[3];
+      ends[0] = static_cast<size_t>(p - line);
       if (format == 9)
-        out.put(sign_char(pr[k]));
+        *p++ = sign_char(pr[k]);
       else
         // A stored NaN keeps printf's lower-case "nan" here, unlike the dense
         // display (intended).
-        out.commit(format_element(out.room(), f, info, pr[k], static_cast<typename real_of<T>::type>(scale)));
-      out.put('\n');
+        p += format_element(p, f, info, pr[k], static_cast<typename real_of<T>::type>(scale));
+      ends[1] = static_cast<size_t>(p - line);
+      *p++ = '\n';
+      ends[2] = ends[1] + 1;
+      out.commit_pieces(ends, 3);
     }
   }
   out.flush();
