@@ -4,7 +4,8 @@
 //   obj2str(v, width)                      a string, capped at 4 MiB (the
 //                                          text then ends in "\n\n  ...\n");
 //   obj2console(os, v, width, threshold)   streamed to `os` in chunks of about
-//                                          `threshold` characters;
+//                                          `threshold` characters (0 or
+//                                          less: after every insertion);
 //   obj2console_safe<1|2>(v, width, threshold)
 //                                          the same to the host's standard
 //                                          output (1) or standard error (2).

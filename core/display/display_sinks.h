@@ -58,6 +58,8 @@ class FixedLengthStream {
   // True when n more characters inserted at once give the text that the same
   // characters inserted in any pieces would: the cap is not passed.
   bool fits(std::size_t n) const { return static_cast<long>(text_.size() + n) <= limit; }
+  // Whether every insertion must reach the sink by itself: no.
+  bool each_insertion() const { return false; }
   const std::string& str() const { return text_; }
   // The collected text, moved out; the sink is spent.
   std::string release() { return std::move(text_); }
@@ -80,7 +82,7 @@ template <int N>
 class BufferedStream {
  public:
   BufferedStream(std::ostream* out, long threshold) : threshold(threshold), out(out) {
-    text_.reserve(static_cast<std::size_t>(threshold > 0 && threshold < (1L << 20) ? threshold : 1L << 20) + 256);
+    text_.reserve(static_cast<std::size_t>(threshold <= 0 ? 0 : threshold < (1L << 20) ? threshold : 1L << 20) + 256);
   }
 
   void write(const char* p, std::size_t n) {
@@ -91,6 +93,10 @@ class BufferedStream {
   bool stopped() const { return false; }
   // Nothing is ever dropped: pieces may always be joined.
   bool fits(std::size_t) const { return true; }
+  // A threshold of 0 or less flushes after every insertion: joined pieces
+  // would reach the destination in fewer flushes, so they are then inserted
+  // one by one.
+  bool each_insertion() const { return threshold <= 0; }
   // Emits the buffered text, empties the buffer and clears its error state.
   void flush();
 
@@ -118,10 +124,11 @@ struct is_display_sink<BufferedStream<N>> : std::true_type {};
 
 // Joins consecutive insertions into writes of about `chunk` characters.  The
 // text, and the point where obj2str's cap cuts it, stay those of inserting
-// every piece by itself: a piece that would carry the sink past its cap is
-// inserted alone, after the pieces before it.  A renderer formats a piece
-// straight into room() and passes its length to commit(); flush() before
-// writing to the sink by any other way.
+// every piece by itself: a piece that would carry obj2str's sink past its
+// cap is inserted alone, after the pieces before it, and a console sink that
+// flushes after every insertion gets every piece at once.  A renderer
+// formats a piece straight into room() and passes its length to commit();
+// flush() before writing to the sink by any other way.
 //
 //   chunked_writer<S> out(s);
 //   out.commit(f.real(out.room(), x));
@@ -133,7 +140,7 @@ class chunked_writer {
   // The longest piece that room() takes.
   static constexpr std::size_t max_piece = 2048;
 
-  explicit chunked_writer(S& s) : s_(s) {}
+  explicit chunked_writer(S& s) : s_(s), base_(s.each_insertion() ? chunk - 1 : 0), used_(base_) {}
   chunked_writer(const chunked_writer&) = delete;
   chunked_writer& operator=(const chunked_writer&) = delete;
 
@@ -146,25 +153,47 @@ class chunked_writer {
       if (used_ >= chunk) flush();
       return;
     }
-    const std::size_t before = used_;
-    used_ = 0;
-    s_.write(buf_, before);
-    s_.write(buf_ + before, n);
+    const std::size_t before = used_ - base_;
+    used_ = base_;
+    if (before != 0) s_.write(buf_ + base_, before);
+    s_.write(buf_ + base_ + before, n);
+  }
+  // Pieces written one after another at room(), piece k ending ends[k]
+  // characters in: joined when the sink takes them so, else inserted one by
+  // one (the same text and cut as commit() of each).
+  // REQUIRES: count >= 1 and ends[count - 1] <= max_piece.
+  void commit_pieces(const std::size_t* ends, std::size_t count) {
+    const std::size_t n = ends[count - 1];
+    ZORVAT_ASSERT(count >= 1 && n <= max_piece);
+    if (base_ == 0 && s_.fits(used_ + n)) {
+      used_ += n;
+      if (used_ >= chunk) flush();
+      return;
+    }
+    const std::size_t before = used_ - base_;
+    used_ = base_;
+    if (before != 0) s_.write(buf_ + base_, before);
+    for (std::size_t k = 0, from = 0; k < count; from = ends[k++])
+      s_.write(buf_ + base_ + before + from, ends[k] - from);
   }
   void put(char c) {
     *room() = c;
     commit(1);
   }
   void flush() {
-    if (used_ == 0) return;
-    const std::size_t n = used_;
-    used_ = 0;
-    s_.write(buf_, n);
+    if (used_ == base_) return;
+    const std::size_t n = used_ - base_;
+    used_ = base_;
+    s_.write(buf_ + base_, n);
   }
 
  private:
   S& s_;
-  std::size_t used_ = 0;
+  // Where the text starts in buf_: 0, or chunk - 1 for a sink that takes
+  // each insertion by itself, so that every commit() reaches chunk and is
+  // written at once without a test of its own on the way.
+  const std::size_t base_;
+  std::size_t used_;
   char buf_[chunk + max_piece];
 };
 

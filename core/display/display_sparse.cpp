@@ -102,13 +102,15 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
   const long* ir = m.ir();
   const long* jc = m.jc();
   const long* jce = m.jce();
-  long entries = 0;  // the real entries: slack behind a column's end is not counted
-  for (long j = 0; j < cols; ++j) entries += jce[j] - jc[j];
-  if (entries == 0) {
+  // The notice tests nnz(), counted from the column starts: a matrix whose
+  // slack between columns is all it holds goes on, and prints no entry.
+  if (m.nnz() == 0) {
     s << tr("  (全 0 矩阵)\n");
     loose_newline(s);
     return;
   }
+  long entries = 0;  // the real entries: slack behind a column's end is not counted
+  for (long j = 0; j < cols; ++j) entries += jce[j] - jc[j];
   const int rw = decimal_digits(rows), cw = decimal_digits(cols);
   const std::uint32_t format = global::fmt_fl.format;
   double scale = 1.0;
@@ -120,9 +122,10 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
     }
   }
   const compiled_format f(info.fmt);
-  // Each entry is one insertion: "  (" row "," column ")", then the element
-  // text (or one sign character) and "\n".
-  static_assert(64 + compiled_format::max_text <= chunked_writer<S>::max_piece, "an entry line is one piece");
+  // Each entry is three insertions: "  (" row "," column ")", the element
+  // text (or one sign character), and "\n"; obj2str's cap cuts between them.
+  // They are made in one piece of room and joined where the sink allows.
+  static_assert(64 + compiled_format::max_text <= chunked_writer<S>::max_piece, "an entry line fits the room");
   chunked_writer<S> out(s);
   // "  (" and the padded row number of every row, 16 characters a row, when
   // there are no more rows than entries (making it costs less than writing
@@ -162,14 +165,18 @@ void obj2str_impl_sparse(S& s, const sparse_matrix<T>& m) {
       }
       std::memcpy(p, col_text, sizeof col_text);  // a fixed size: no call; the room has space
       p += col_len;
+      size_t ends[3];
+      ends[0] = static_cast<size_t>(p - line);
       if (format == global::format_sign)
         *p++ = sign_char(pr[k]);
       else
         // A stored NaN keeps printf's lower-case "nan" here, unlike the dense
         // display (intended).
         p += format_element(p, f, info, pr[k], static_cast<real_t<T>>(scale));
+      ends[1] = static_cast<size_t>(p - line);
       *p++ = '\n';
-      out.commit(static_cast<size_t>(p - line));
+      ends[2] = ends[1] + 1;
+      out.commit_pieces(ends, 3);
     }
   }
   out.flush();

@@ -13,7 +13,8 @@
 // gives the length of an element's text and writes it into a line.  Column
 // widths are measured one column at a time and each page is written as soon
 // as it is known, so a sink that stops (obj2str's cap) stops the work too.
-// Every row of a page is one insertion.
+// Every column of a row, and the line feed that ends it, is one insertion
+// (joined into larger writes where the sink allows, see chunked_writer).
 //
 //   matrix<std::string> t(1, 2);
 //   t(0) = "ab";
@@ -68,8 +69,35 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
   chunked_writer<S> out(s);
   constexpr long blanks_max = 16;
   static const char blanks[] = "                ";
+  std::vector<std::size_t> piece_ends;
+  // Writes the text of column j in row i at p, padded to the column's width
+  // w, with its brackets; returns its end.  Short paddings are written as
+  // blanks_max blanks (a fixed size, no call), which may reach that far past
+  // the end.
+  auto put_column = [&](char* p, const E* base, long first, long i, long j, long w) {
+    // Read in place: a copy stored wide and read back in narrower pieces
+    // stalls.
+    item looked;
+    const item& it = keep_items ? items[static_cast<size_t>((j - first) * rows + i)]
+                                : (looked = src.look(base[i * rs + j * cs]));
+    std::memset(p, ' ', 4);
+    p += 4;
+    if (open != 0) *p++ = open;
+    src.put(p, it);
+    p += it.length;
+    const long fill = w - it.length;
+    if (fill <= blanks_max)
+      std::memcpy(p, blanks, blanks_max);
+    else
+      std::memset(p, ' ', static_cast<size_t>(fill));
+    p += fill;
+    if (close != 0) *p++ = close;
+    return p;
+  };
   // Writes the rows of the page of columns first..last (widths in col_width,
-  // indexed from first); `several` adds the page header.
+  // indexed from first); `several` adds the page header.  Every column's
+  // text with its blanks and brackets is one insertion, and the "\n" that
+  // ends the row another: obj2str's cap cuts between them.
   auto write_page = [&](const E* base, long first, long last, bool several) {
     if (s.stopped()) return;
     if (several) {
@@ -78,42 +106,38 @@ void layout_text_columns(S& s, const matrix<E>& m, long width, char open, char c
     }
     long row_len = 1;
     for (long w : col_width) row_len = sat_add(row_len, sat_add(w, 4 + brackets));
+    const long max_short = static_cast<long>(chunked_writer<S>::max_piece) - blanks_max;
+    piece_ends.resize(static_cast<size_t>(last - first + 2));
     for (long i = 0; i < rows && !s.stopped(); ++i) {
-      // A row is one insertion: short rows are made in the writer's room,
+      if (row_len <= max_short) {
+        // A short row is made whole in the writer's room, its pieces marked.
+        char* const row = out.room();
+        char* p = row;
+        for (long j = first; j <= last; ++j) {
+          p = put_column(p, base, first, i, j, col_width[static_cast<size_t>(j - first)]);
+          piece_ends[static_cast<size_t>(j - first)] = static_cast<std::size_t>(p - row);
+        }
+        *p++ = '\n';
+        piece_ends.back() = static_cast<std::size_t>(p - row);
+        out.commit_pieces(piece_ends.data(), piece_ends.size());
+        continue;
+      }
+      // A long row column by column: short columns in the writer's room,
       // long ones in a string of their own.
-      // Short paddings are written as blanks_max blanks (a fixed size, no
-      // call), which may reach that far past the row's end.
-      const bool short_row = row_len <= static_cast<long>(chunked_writer<S>::max_piece) - blanks_max;
-      if (!short_row) {
-        out.flush();
-        line.resize(static_cast<size_t>(sat_add(row_len, blanks_max)));
+      for (long j = first; j <= last && !s.stopped(); ++j) {
+        const long w = col_width[static_cast<size_t>(j - first)];
+        const long piece = sat_add(w, 4 + brackets);
+        if (piece <= max_short) {
+          char* const cell = out.room();
+          out.commit(static_cast<size_t>(put_column(cell, base, first, i, j, w) - cell));
+        } else {
+          out.flush();
+          line.resize(static_cast<size_t>(sat_add(piece, blanks_max)));
+          put_column(&line[0], base, first, i, j, w);
+          s.write(line.data(), static_cast<size_t>(piece));
+        }
       }
-      char* const row = short_row ? out.room() : &line[0];
-      item looked;
-      char* p = row;
-      for (long j = first; j <= last; ++j) {
-        // Read in place: a copy stored wide and read back in narrower pieces
-        // stalls.
-        const item& it = keep_items ? items[static_cast<size_t>((j - first) * rows + i)]
-                                    : (looked = src.look(base[i * rs + j * cs]));
-        std::memset(p, ' ', 4);
-        p += 4;
-        if (open != 0) *p++ = open;
-        src.put(p, it);
-        p += it.length;
-        const long fill = col_width[static_cast<size_t>(j - first)] - it.length;
-        if (fill <= blanks_max)
-          std::memcpy(p, blanks, blanks_max);
-        else
-          std::memset(p, ' ', static_cast<size_t>(fill));
-        p += fill;
-        if (close != 0) *p++ = close;
-      }
-      *p++ = '\n';
-      if (short_row)
-        out.commit(static_cast<size_t>(p - row));
-      else
-        s.write(line.data(), static_cast<size_t>(row_len));
+      if (!s.stopped()) out.put('\n');
     }
     out.flush();
   };

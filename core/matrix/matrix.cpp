@@ -482,8 +482,13 @@ void matrix<T>::reshape(long m, long n) {
 
 template <class T>
 void matrix<T>::reshape(const std::vector<long>& dims) {
-  dims_ = dims;
-  set_standard_dims_strides();
+  // Made aside and swapped in: a count that does not fit leaves the array
+  // as it was.
+  std::vector<long> new_dims = dims, new_strides;
+  const long n = standardize(new_dims, new_strides);
+  dims_.swap(new_dims);
+  strides_.swap(new_strides);
+  size_ = n;
 }
 
 #define ZORVAT_INSTANTIATE_MATRIX(T) \

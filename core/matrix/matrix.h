@@ -3,7 +3,7 @@
 // A matrix<T> is a strided view (dims, strides, offset) on a shared storage
 // block zo_container<T>.  Arrays are column-major: entry 0 of the subscript
 // varies fastest.  Copies are deep and keep the view geometry; only view(),
-// dup(true) and contiguous() of a contiguous array share a block.  There is no
+// diag(), dup(true) and contiguous() of a contiguous array share a block.  There is no
 // copy-on-write here: sharing at the value level belongs to zo_obj.
 //
 //   zorvat::matrix<double> m(2, 3, 0);        // 2x3 zeros, strides {1, 2}
@@ -246,6 +246,8 @@ class matrix : public matrix_base {
   // A column view of the main diagonal; writes through it change the array.
   matrix diag() const;
   // New dims for the same elements.  REQUIRES: the new size fits the block.
+  // A count that does not fit 64 bits throws std::length_error and leaves
+  // the array as it was.
   void reshape(long m, long n);
   void reshape(const std::vector<long>& dims);
 

@@ -25,14 +25,19 @@ using short_array = boost::container::small_vector<T, 4>;
 constexpr size_t max_operands = 3;
 
 // The output slots of one plugin call.  Whatever the plugin left in a slot
-// and nobody adopted is released, also when the plugin throws.
+// and nobody adopted is released, also when the plugin throws.  A slot that
+// holds one of the call's arguments (`plhs[0] = (__zxArray*)prhs[0]`, an easy
+// mistake in C) is not the plugin's to give: the caller gets a copy of that
+// argument (sharing its payload), and the argument is never released here.
 class output_slots {
  public:
-  explicit output_slots(size_t n) : slots_(n, nullptr) {}
+  output_slots(size_t n, const __zxArray* const* args, size_t nargs)
+      : slots_(n, nullptr), args_(args), nargs_(nargs) {}
   output_slots(const output_slots&) = delete;
   output_slots& operator=(const output_slots&) = delete;
   ~output_slots() {
-    for (__zxArray* p : slots_) delete reinterpret_cast<zo_obj*>(p);
+    for (__zxArray* p : slots_)
+      if (!is_argument(p)) delete reinterpret_cast<zo_obj*>(p);
   }
   __zxArray** data() { return slots_.data(); }
   size_t size() const { return slots_.size(); }
@@ -40,12 +45,25 @@ class output_slots {
   // Takes slot k into a shared owner; the slot is empty afterwards.
   std::shared_ptr<zo_obj> adopt(size_t k) {
     zo_obj* p = reinterpret_cast<zo_obj*>(slots_[k]);
+    if (is_argument(slots_[k])) {
+      std::shared_ptr<zo_obj> copy = std::make_shared<zo_obj>(*p);
+      slots_[k] = nullptr;
+      return copy;
+    }
     slots_[k] = nullptr;  // from here on the shared owner (or its failure) releases it
     return std::shared_ptr<zo_obj>(p);
   }
 
  private:
+  bool is_argument(const __zxArray* p) const {
+    for (size_t k = 0; k < nargs_; ++k)
+      if (p != nullptr && args_[k] == p) return true;
+    return false;
+  }
+
   short_array<__zxArray*> slots_;
+  const __zxArray* const* args_;
+  size_t nargs_;
 };
 
 short_array<const __zxArray*> argument_array(const plugin_manager::value_list& values) {
@@ -112,7 +130,7 @@ std::shared_ptr<zo_obj> plugin_manager::apply_operator_impl(zxOperatorID op, con
 
   short_array<const __zxArray*> prhs(n);
   for (size_t k = 0; k < n; ++k) prhs.data()[k] = reinterpret_cast<const __zxArray*>(operands[k]);
-  output_slots plhs(1);
+  output_slots plhs(1, prhs.data(), n);
   try {
     plugin_library::running guard;
     plugin_call_scope scope;  // an error recorded through zex becomes the call's error
@@ -141,7 +159,7 @@ plugin_manager::function plugin_manager::find_operator(unsigned long key) {
 void plugin_manager::apply_function(function fn, int nargout, const value_list& prhs, result_list& results) {
   if (!fn) throw std::runtime_error(tr("错误 - 要调用的插件函数不存在（空函数指针）"));
   short_array<const __zxArray*> args = argument_array(prhs);
-  output_slots plhs(static_cast<size_t>(nargout > 1 ? nargout : 1));
+  output_slots plhs(static_cast<size_t>(nargout > 1 ? nargout : 1), args.data(), args.size());
   try {
     plugin_library::running guard;
     plugin_call_scope scope;  // an error recorded through zex becomes the call's error

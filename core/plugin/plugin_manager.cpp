@@ -46,11 +46,20 @@ class current_plugin_scope {
   std::string saved_;
 };
 
-// A name that stays one directory below "<root>/plugins" and reaches dlopen
-// whole.
+// A name that stays inside "<root>/plugins" and reaches dlopen whole: one or
+// more parts separated by "/", none of them empty, "." or ".." (so a folder
+// has one name only, and none leaves the root), with no "\\" and no NUL.
 bool valid_plugin_name(const std::string& name) {
-  constexpr std::string_view forbidden("/\\\0", 3);
-  return !name.empty() && name != "." && name != ".." && name.find_first_of(forbidden) == std::string::npos;
+  constexpr std::string_view forbidden("\\\0", 2);
+  if (name.find_first_of(forbidden) != std::string::npos) return false;
+  size_t begin = 0;
+  for (;;) {
+    const size_t end = std::min(name.find('/', begin), name.size());
+    const std::string_view part(name.data() + begin, end - begin);
+    if (part.empty() || part == "." || part == "..") return false;
+    if (end == name.size()) return true;
+    begin = end + 1;
+  }
 }
 
 std::string scripts_dir(const std::string& root, const std::string& name) {
@@ -88,11 +97,11 @@ bool plugin_manager::is_loaded(const std::string& name) const { return plugins_.
 
 int plugin_manager::add(const std::string& name, const std::vector<const __zxArray*>& args,
                         const std::string& root) {
-  // The name becomes a directory under the root: it must not leave it, nor
-  // be cut short by a NUL.
+  // The name becomes a folder under "<root>/plugins": it must not leave it,
+  // nor be cut short by a NUL.
   if (!valid_plugin_name(name)) {
     error_ = str_format(tr("无法加载 %s - %s"), name.c_str(),
-                        tr("插件名称不能为空，不能是 . 或 ..，也不能含有 /、\\ 或 NUL 字符"));
+                        tr("插件名称由 / 分隔的各段都不能为空，不能是 . 或 ..，名称也不能含有 \\ 或 NUL 字符"));
     return plugin_open_failed;
   }
   if (is_loaded(name)) {

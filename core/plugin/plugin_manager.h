@@ -4,9 +4,14 @@
 // entry points of "plugin/zx_plugin.h".  plugin_manager (one per process)
 // loads and unloads plugins, keeps the table of the functions that they
 // export, the operator table for plugin-defined types and the C structure
-// types; plugin_manager_data keeps the overloaded functions.  A plugin's
-// failure never throws: operations return a status and leave a translated
-// text in error_msg().  Only apply_operator throws (std::runtime_error).
+// types; plugin_manager_data keeps the overloaded functions.  Loading and
+// registering report a plugin's failure by a status and a translated text in
+// error_msg(), never by throwing; add() and remove() throw only what the
+// memory or the host throws (add then leaves the plugin unloaded).  Calls
+// throw: apply_operator (std::runtime_error for every failure),
+// apply_function (a failure of the called function, a missing output) and
+// apply_overload_function (overload_check_failure, and what the candidate
+// throws).
 //
 //   auto& mgr = zorvat::global::plugin_mgr();
 //   if (mgr.add("demo", {}, "/opt/zorvat") != 0) report(mgr.error_msg());
@@ -137,9 +142,14 @@ class plugin_manager {
   plugin_manager& operator=(const plugin_manager&) = delete;
 
   // --- Loading and unloading ---------------------------------------------
-  // Loads <root>/plugins/<name>/main.so.  0 loaded; 100 already loaded;
-  // 1 invalid name (empty, ".", "..", or holding '/', '\\' or a NUL byte:
-  // nothing is opened); 999 bad signature; 1 dlopen failed; 2 no
+  // Loads <root>/plugins/<name>/main.so.  The name is a folder inside
+  // <root>/plugins, possibly nested ("vendor/tool" loads
+  // <root>/plugins/vendor/tool/main.so): one or more parts separated by '/',
+  // none of them empty, "." or "..", and no '\\' or NUL byte anywhere.  So
+  // an empty name, ".", "..", any ".." part, a leading or trailing '/', "//"
+  // and "./" are refused, and a folder is reached by one name only.
+  // 0 loaded; 100 already loaded;
+  // 1 invalid name (as above: nothing is opened); 999 bad signature; 1 dlopen failed; 2 no
   // zxPluginFunctions; 7 bad namespace; 3 name exported by another plugin;
   // 4 zxPluginInitLib failed; 5 zxPluginInit failed.  The entry points may
   // load, unload (this plugin too) and register.  zxPluginInit gets nargs = args.size() and the
@@ -200,8 +210,10 @@ class plugin_manager {
   // Calls the function registered for the first operand whose key is found,
   // and adopts its result.  status (operator_dispatch): 0 done, 1 operand
   // count does not fit the operator, -1 no operand type registered, 2 the
-  // function returned nothing or threw.  Every failure sets error_msg() and throws std::runtime_error
-  // with the same text.
+  // function returned nothing or threw.  Every failure sets error_msg() and
+  // throws std::runtime_error with the same text.  A result slot holding one
+  // of the operands (a plugin's mistake) gives a copy of that operand,
+  // sharing its payload.
   std::shared_ptr<zo_obj> apply_operator(zxOperatorID op, value_list& args, int& status);
   // Collects a, then b and c where not null, and calls the form above.
   std::shared_ptr<zo_obj> apply_operator(zxOperatorID op, std::shared_ptr<const zo_obj> a,
@@ -228,7 +240,9 @@ class plugin_manager {
   // std::runtime_error "输出参数 %d 未被赋值" is thrown.  If fn throws, the
   // slots it filled are released and the exception propagates; one not
   // derived from std::exception becomes std::runtime_error naming the
-  // function.  A null fn throws std::runtime_error.
+  // function.  A null fn throws std::runtime_error.  A slot holding one of
+  // the arguments (`plhs[0] = (__zxArray*)prhs[0]`, a plugin's mistake) is
+  // not adopted: the result is a copy of that argument, sharing its payload.
   static void apply_function(function fn, int nargout, const value_list& prhs, result_list& results);
 
  private:

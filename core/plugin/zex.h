@@ -143,7 +143,8 @@ __zxArray* zxCreateString(const char* utf8);
 /* An m x n string array; texts[k] is element k in column-major order (texts
  * may be null, and so may each entry: the empty text). */
 __zxArray* zxCreateStringArray(long m, long n, const char* const* texts);
-/* A cell array of `ndims` dimensions / m x n. */
+/* A cell array of `ndims` dimensions / m x n, every slot empty (see
+ * zxGetCell). */
 __zxArray* zxCreateCellArray(int ndims, const long* dims);
 __zxArray* zxCreateCellMatrix(long m, long n);
 /* A structure array with `nfields` fields named names[0..nfields-1] (in that
@@ -202,10 +203,15 @@ long zxGetNumberOfElements(const __zxArray* value);
 /* The elements of a dense array of kind zxKindInt8 .. zxKindLogical, in
  * column-major order, of the element type of the kind (complex interleaved
  * as stored).  Null on error; also null, without an error, for an empty
- * array. */
+ * array.  An array whose elements are packed in column-major order is read
+ * in place, wherever it starts in its storage; one with gaps between its
+ * elements (a strided view that the host made) is refused: its elements are
+ * not one run. */
 const void* zxGetData(const __zxArray* value);
 /* The same for a value the plugin made, for writing.  Contents shared with
- * another value (after zxDuplicateArray) are copied first. */
+ * another value (after zxDuplicateArray) or another array, and elements with
+ * gaps between them, are first copied into a packed array of the value's own:
+ * never refused for its layout. */
 void* zxGetWritableData(__zxArray* value);
 /* Typed forms: the kind must be exactly double / complex double. */
 const double* zxGetDoubles(const __zxArray* value);
@@ -224,7 +230,9 @@ long zxGetString(const __zxArray* value, char* buf, size_t size);
 /* The same for element `index` of a string array. */
 long zxGetStringElement(const __zxArray* value, long index, char* buf, size_t size);
 
-/* Element `index` of a cell array (0 <= index < number of elements). */
+/* Element `index` of a cell array (0 <= index < number of elements).  An
+ * empty slot (a new or grown cell's, which holds no value) reads as an empty
+ * 0x0 double shared by all such slots: never null without an error. */
 const __zxArray* zxGetCell(const __zxArray* cell, long index);
 
 /* Number of fields of a structure array; -1 on error. */
@@ -272,7 +280,8 @@ int zxAddField(__zxArray* s, const char* name);
 int zxRemoveField(__zxArray* s, const char* name);
 /* New dimensions for a dense array, cell, structure array (any number of
  * dimensions) or sparse matrix (two).  Elements whose subscripts still fit
- * keep their place; new ones are zero, or empty values. */
+ * keep their place; new ones are zero, empty slots of a cell (see
+ * zxGetCell), or empty values of a structure. */
 int zxResize(__zxArray* value, int ndims, const long* dims);
 
 /* ---- Errors ---------------------------------------------------------------- */

@@ -544,12 +544,20 @@ sparse_matrix<T>::sparse_matrix(const std::vector<triplet<T>>& triplets, long m,
   const long col_limit = static_cast<long>(zo_allocator<long>::max_elements()) - 1;
   if (non_negative(n) > col_limit) internal::throw_max_size_reached();
 
+  // The column starts of the asked shape are made first: when memory runs
+  // out, their size is what the error reports.  Columns that the triplets
+  // add are made room for after pass 1.
+  sparse_detail::require_block<long>(static_cast<size_t>(non_negative(n)) + 1);
+  index_vector jc_made(static_cast<size_t>(non_negative(n)) + 1, boost::container::default_init);
+
   block_layout<T> layout = count_pass(triplets, non_negative(n), col_limit);
   const long ncols = layout.ncols;
   const long highest_row = layout.highest_row;
 
-  sparse_detail::require_block<long>(static_cast<size_t>(ncols) + 1);
-  index_vector jc_made(static_cast<size_t>(ncols) + 1, boost::container::default_init);
+  if (static_cast<size_t>(ncols) + 1 != jc_made.size()) {
+    sparse_detail::require_block<long>(static_cast<size_t>(ncols) + 1);
+    jc_made.resize(static_cast<size_t>(ncols) + 1, boost::container::default_init);
+  }
   index_vector jce_made(static_cast<size_t>(ncols), boost::container::default_init);
   index_vector ir_made(static_cast<size_t>(total), boost::container::default_init);
   value_vector pr_made(static_cast<size_t>(total), boost::container::default_init);

@@ -8,11 +8,7 @@ namespace zorvat {
 
 namespace {
 
-void fill_fresh(matrix<cell_array::element>& m) {
-  internal::for_each_element(m, [](auto& e) { e = internal::make_empty_element(); });
-}
-
-// A null element reads as a fresh empty value.
+// An empty slot reads as a fresh empty double where a size is asked for.
 const zo_obj& element_or_empty(const std::shared_ptr<zo_obj const>& obj, zo_obj& scratch) {
   if (obj) return *obj;
   scratch = zo_obj(type_double, nullptr);
@@ -23,9 +19,9 @@ const zo_obj& element_or_empty(const std::shared_ptr<zo_obj const>& obj, zo_obj&
 
 cell_array::cell_array() = default;
 
-cell_array::cell_array(long m, long n) : data_(m, n) { fill_fresh(data_); }
+cell_array::cell_array(long m, long n) : data_(m, n) {}
 
-cell_array::cell_array(const std::vector<long>& dims) : data_(dims) { fill_fresh(data_); }
+cell_array::cell_array(const std::vector<long>& dims) : data_(dims) {}
 
 cell_array::cell_array(const std::vector<std::shared_ptr<zo_obj>>& items, bool deep)
     : data_(1, static_cast<long>(items.size())) {
@@ -40,8 +36,7 @@ cell_array::cell_array(const std::vector<std::shared_ptr<zo_obj const>>& items)
     : data_(1, static_cast<long>(items.size())) {
   for (size_t i = 0; i < items.size(); ++i) {
     const auto& item = items[i];
-    data_[static_cast<long>(i)] =
-        item ? std::const_pointer_cast<zo_obj>(item) : internal::make_empty_element();
+    data_[static_cast<long>(i)] = std::const_pointer_cast<zo_obj>(item);  // null: an empty slot
   }
 }
 
@@ -102,12 +97,13 @@ zo_obj cell_array::as_variable_list() const {
 
 std::string cell_array::to_string() const {
   std::string s;
-  zo_obj scratch;
   // Only the first page of an N-d cell.
   for (long r = 0; r < rows(); ++r) {
     for (long c = 0; c < cols(); ++c) {
+      // An empty slot holds no value and shows nothing between its braces.
+      const element& e = data_(r, c);
       s += "  {";
-      s += element_or_empty(data_(r, c), scratch).brief_type_str();
+      if (e) s += e->brief_type_str();
       s += "}";
     }
     s += "\n";

@@ -5,14 +5,18 @@
 // lists: a cell owns only its references.  A writer of an element therefore
 // replaces the element pointer, or detaches first (copy_on_write_each()).
 //
-//   zorvat::cell_array c(1, 2);                       // two empty doubles
+//   zorvat::cell_array c(1, 2);                       // two empty slots
 //   c(0, 1) = std::make_shared<zorvat::zo_obj>("abc", zorvat::type_char);
-//   c.to_string();                      // "  {empty 0x0 double}  {1x3 char}\n"
+//   c.to_string();                                    // "  {}  {1x3 char}\n"
 //   zorvat::zo_obj v(zorvat::type_cell, new zorvat::cell_array(c));
 //
-// The shape constructors fill the cell with distinct empty 0x0 double values,
-// never null; code reading cells still treats a null element (left by
-// resizing data() directly) as such an empty value.
+// An empty slot is a null element: it holds no value.  The shape
+// constructors and resizing leave their slots empty.  Readers treat an empty
+// slot as such: the display and to_string() show it as "{}", copies and
+// copy_on_write_each() keep it empty, as_std_vector() lists it as null,
+// is_cell_of_char_vector() counts it as no char vector; only the size and
+// type texts below, and the C interface (zxGetCell), read it as an empty
+// 0x0 double.
 #pragma once
 
 #include <memory>
@@ -31,7 +35,7 @@ class cell_array : public container_base {
 
   // 0 x 0.
   cell_array();
-  // m x n (negative extents count as 0) of fresh empty values.
+  // m x n (negative extents count as 0) of empty slots.
   cell_array(long m, long n);
   explicit cell_array(const std::vector<long>& dims);
   // A 1 x n row of the items.  deep false: the element pointers are shared
@@ -40,7 +44,7 @@ class cell_array : public container_base {
   // either way; a null item stays null.
   cell_array(const std::vector<std::shared_ptr<zo_obj>>& items, bool deep);
   // A 1 x n row of the items (the value objects are shared; a null item
-  // becomes a fresh empty value).
+  // leaves its slot empty).
   explicit cell_array(const std::vector<std::shared_ptr<zo_obj const>>& items);
   // Takes the elements as they are (null elements are kept).
   explicit cell_array(matrix<element> elements);
@@ -86,8 +90,8 @@ class cell_array : public container_base {
   std::vector<std::shared_ptr<zo_obj const>> as_std_vector_c() const;
   // A value of kind 31 whose list holds the elements in linear order.
   zo_obj as_variable_list() const;
-  // For every row of the first page: "  {" brief_type_str() "}" per column,
-  // then a line feed.
+  // For every row of the first page: "  {" brief_type_str() "}" per column
+  // ("  {}" for an empty slot), then a line feed.
   std::string to_string() const;
 
   // Short kind name of an element for the cell display: "double" also for

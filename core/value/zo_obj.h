@@ -84,6 +84,13 @@ class zo_obj {
   // Kind 21.  The value takes ownership of p (no dup()); null gives a null
   // payload.  REQUIRES: p was made with new.
   zo_obj(const extern_obj_base* p);
+  // Any other pointer alone is a mistake that would compile: a payload
+  // passed without its kind (`zo_obj v(new cell_array(2, 1))`) would convert
+  // to bool and leak.  Such a call does not compile; pass the kind.
+  template <class T, std::enable_if_t<!std::is_convertible_v<T*, const char*> &&
+                                          !std::is_convertible_v<T*, const extern_obj_base*>,
+                                      int> = 0>
+  zo_obj(T* p) = delete;
   // Adopts p as the payload of kind `type` (the value owns it from now on).
   // A null p is create_from_nullptr(type).  For a kind without a payload type
   // (0, 23, 24, above 31) the payload stays null and p is not touched.

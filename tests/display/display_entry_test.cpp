@@ -3,7 +3,9 @@
 #include <complex>
 #include <limits>
 #include <random>
+#include <ostream>
 #include <sstream>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -26,10 +28,31 @@ const double nan = std::numeric_limits<double>::quiet_NaN();
 
 // ---------------------------------------------------------------- sinks
 
+// Records where each write of text to the stream ends.
+class write_ends : public std::streambuf {
+ public:
+  std::vector<size_t> ends;
+  std::string text;
+
+ protected:
+  std::streamsize xsputn(const char* p, std::streamsize n) override {
+    if (n == 0) return 0;  // an empty buffer flushed: no piece
+    text.append(p, static_cast<size_t>(n));
+    ends.push_back(text.size());
+    return n;
+  }
+  int_type overflow(int_type c) override {
+    if (c != traits_type::eof()) xsputn(reinterpret_cast<const char*>(&c), 1);
+    return traits_type::not_eof(c);
+  }
+};
+
 // Renderers join insertions into larger writes; the cap must still cut
-// right after the insertion that passes it.  The model: the uncapped text
-// and the ends of its insertions (each element and line end for dense rows,
-// each line for sparse entries and for string and cell rows).
+// right after the insertion that passes it, and a console sink with a
+// threshold of 0 must write after every insertion.  The model: the uncapped
+// text and the ends of its insertions (each element and line end for dense
+// rows; the position, the value and the line end of each sparse entry; each
+// column and the line end of string and cell rows).
 class CapCut : public display_format_guard {};
 
 TEST_F(CapCut, CutsAfterTheInsertionThatPassesTheLimit) {
@@ -42,11 +65,13 @@ TEST_F(CapCut, CutsAfterTheInsertionThatPassesTheLimit) {
   for (long k = 0; k < 6; ++k) (*c)(k) = std::make_shared<zo_obj>(std::string(static_cast<size_t>(k + 1), 'a').c_str());
   const struct {
     zo_obj value;
-    long element_chars;  // dense: the width of every element text; 0: lines only
+    long element_chars;  // dense: the width of every element text; 0: no element pieces
+    char piece_close;    // a piece ends after this character (0: none)
   } rows[] = {
-      {zo_obj(type_double, d), 10},
-      {zo_obj(type_sparse_double, new sparse_matrix<double>({{0.5, 0, 0}, {0.25, 2, 1}, {0.125, 1, 2}}, 3, 3)), 0},
-      {zo_obj(type_cell, c), 0},
+      {zo_obj(type_double, d), 10, 0},
+      {zo_obj(type_sparse_double, new sparse_matrix<double>({{0.5, 0, 0}, {0.25, 2, 1}, {0.125, 1, 2}}, 3, 3)), 0,
+       ')'},
+      {zo_obj(type_cell, c), 0, '}'},
   };
   for (const auto& r : rows) {
     const std::string full = internal::obj2str(r.value, 80);
@@ -54,7 +79,9 @@ TEST_F(CapCut, CutsAfterTheInsertionThatPassesTheLimit) {
     std::vector<size_t> ends;
     for (size_t at = header, line = header; at < full.size(); ++at) {
       if (r.element_chars != 0 && full[at] != '\n' && (at + 1 - line) % r.element_chars == 0) ends.push_back(at + 1);
+      if (r.piece_close != 0 && full[at] == r.piece_close) ends.push_back(at + 1);
       if (full[at] == '\n') {
+        if (at > line && (ends.empty() || ends.back() != at)) ends.push_back(at);  // the last piece before the line feed
         ends.push_back(at + 1);
         line = at + 1;
       }
@@ -70,6 +97,14 @@ TEST_F(CapCut, CutsAfterTheInsertionThatPassesTheLimit) {
         }
       ASSERT_EQ(s.str(), full.substr(0, cut) + "\n\n  ...\n") << "limit " << limit << " of\n" << full;
     }
+    write_ends console;
+    std::ostream os(&console);
+    internal::obj2console(os, r.value, 80, 0);
+    ASSERT_EQ(console.text, full);
+    std::vector<size_t> written;
+    for (size_t e : console.ends)
+      if (e > header) written.push_back(e);
+    EXPECT_EQ(written, ends) << full;
   }
 }
 

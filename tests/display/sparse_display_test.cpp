@@ -41,6 +41,14 @@ const layout_case shape_cases[] = {
     {"AllZeroNotice", zeros<double>(3, 3, 0), 80, 0, true, "\n  3x3 sparse double\n\n  (全 0 矩阵)\n\n"},
     {"AllZeroCompact", zeros<bool>(2, 2, 4), 80, 0, false, "  2x2 sparse logical\n  (全 0 矩阵)\n"},
     {"NoRowsPrintsNothing", zeros<double>(0, 5, 0), 80, 0, true, "\n  empty 0x5 sparse double\n\n\n"},
+    // nnz() counts the slack between column starts: not all zero, no entry.
+    {"SlackWithoutEntriesIsNoAllZeroNotice",
+     [] {
+       auto* m = new sparse_matrix<double>(3, 3, 0);
+       m->reserve(std::vector<long>{2, 0, 0});
+       return zo_obj(type_sparse_double, m);
+     },
+     80, 0, true, "\n  3x3 sparse double\n\n\n"},
 };
 INSTANTIATE_TEST_SUITE_P(SparseShapes, Layout, ::testing::ValuesIn(shape_cases), case_name);
 

@@ -102,7 +102,10 @@ const layout_case cell_cases[] = {
        c->data()(1) = item(2.5);
        return zo_obj(type_cell, c);
      },
-     80, 0, false, "  1x1x2 cell array\n(:,:,1) = \n    {0x0 double}\n(:,:,2) = \n    {[2.5000]}\n"},
+     80, 0, false, "  1x1x2 cell array\n(:,:,1) = \n    {}\n(:,:,2) = \n    {[2.5000]}\n"},
+    // A new cell's slots hold no value: an empty slot keeps an empty text.
+    {"NewCellHoldsEmptySlots", [] { return zo_obj(type_cell, new cell_array(1, 2)); }, 80, 0, false,
+     "  1x2 cell array\n    {}    {}\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Cells, Layout, ::testing::ValuesIn(cell_cases), case_name);
 

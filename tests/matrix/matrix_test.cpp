@@ -434,6 +434,13 @@ TEST(MatrixFailure, ElementCountBeyond64BitsIsALengthError) {
   matrix<char> m(2, 2);
   EXPECT_THROW(m.resize({1L << 62, 4}), std::length_error);
   EXPECT_EQ(m.size(), 4);
+  // A failed reshape leaves the array as it was, shape and strides too.
+  matrix<char> r(2, 3);
+  EXPECT_THROW(r.reshape(1L << 32, 1L << 32), std::length_error);
+  EXPECT_THROW(r.reshape({3, 1L << 62, 1L << 62}), std::length_error);
+  EXPECT_EQ(r.dim_vec(), (std::vector<long>{2, 3}));
+  EXPECT_EQ(r.stride_vec(), (std::vector<long>{1, 2}));
+  EXPECT_EQ(r.size(), 6);
 }
 
 }  // namespace

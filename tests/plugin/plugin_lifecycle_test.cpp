@@ -18,18 +18,61 @@ using value_list = plugin_manager::value_list;
 using PluginLifecycle = PluginTest;
 
 TEST_F(PluginLifecycle, NamesThatLeaveTheRootAreRefusedBeforeAnythingIsOpened) {
-  // Each would reach <root>/plugins/tp_good/main.so or a file outside the
-  // plugins folder if it were taken as a path.
-  const std::string names[] = {"",          ".",         "..",  "../plugins/tp_good", "tp_good/", "x/../tp_good",
-                               "..\\tp_good", std::string("tp_good\0../../evil", 18)};
+  // Each would reach a file outside the plugins folder, or a plugin's folder
+  // under a second name (<root>/plugins/tp_good/main.so), if it were taken
+  // as a path.
+  const std::string names[] = {"",           ".",          "..",           "../plugins/tp_good",
+                               "tp_good/",   "x/../tp_good", "./tp_good",  "tp_vendor//alias",
+                               "/tp_good",   "tp_vendor/alias/..", "..\\tp_good",
+                               std::string("tp_good\0../../evil", 18)};
   for (const std::string& name : names) {
     EXPECT_EQ(mgr().add(name, {}, plugin_root), 1) << name;
     EXPECT_EQ(mgr().error_msg(), "无法加载 " + std::string(name.c_str()) +
-                                     " - 插件名称不能为空，不能是 . 或 ..，也不能含有 /、\\ 或 NUL 字符");
+                                     " - 插件名称由 / 分隔的各段都不能为空，不能是 . 或 ..，名称也不能含有 \\ 或 NUL 字符");
     EXPECT_FALSE(mgr().is_loaded(name));
     EXPECT_FALSE(library_open(main_so("tp_good"))) << name;
+    EXPECT_FALSE(library_open(main_so("tp_vendor/alias"))) << name;
   }
   EXPECT_TRUE(query_texts("addpath").empty());
+  // A folder inside the root, nested or not, is a name.
+  ASSERT_EQ(mgr().add("tp_vendor/alias", {}, plugin_root), 0) << mgr().error_msg();
+  EXPECT_TRUE(library_open(main_so("tp_vendor/alias")));
+  EXPECT_EQ(query_texts("addpath"), std::vector<std::string>{plugin_root + "/plugins/tp_vendor/alias/scripts"});
+}
+
+// An output slot holding one of the call's arguments (`plhs[0] =
+// (__zxArray*)prhs[0]`) once made the core adopt a value it did not own: a
+// double free.  The caller gets a copy sharing the argument's payload, from
+// functions, overloads and operators alike.
+TEST_F(PluginLifecycle, AnArgumentLeftInAnOutputSlotComesBackAsACopy) {
+  ASSERT_EQ(mgr().add("tp_vendor/alias", {}, plugin_root), 0) << mgr().error_msg();
+  result_list out;
+  plugin_manager::apply_function(mgr().get_function_by_name("alias::type_id"), 1, {}, out);
+  const int id = static_cast<int>(out.at(0)->as_double());
+  const value_list args{num(4), std::make_shared<zo_obj>("b")};
+  auto expect_copies = [&](const result_list& got, size_t n) {
+    ASSERT_EQ(got.size(), n);
+    for (size_t k = 0; k < n; ++k) {
+      const auto& from = args[k % args.size()];
+      EXPECT_NE(got[k].get(), from.get()) << k;
+      EXPECT_EQ(got[k]->payload(), from->payload()) << k;
+    }
+  };
+  out.clear();
+  plugin_manager::apply_function(mgr().get_function_by_name("alias::echo"), 3, args, out);
+  expect_copies(out, 3);
+  out.clear();
+  EXPECT_THROW(plugin_manager::apply_function(mgr().get_function_by_name("alias::echo_then_fail"), 2, args, out),
+               std::runtime_error);
+  EXPECT_TRUE(out.empty());
+  mgr().apply_overload_function("alias_echo", 2, args, out);
+  expect_copies(out, 2);
+  const auto object = value_of_type(id);
+  const auto sum = mgr().apply_operator(zxOpPlus, object, args[0]);
+  EXPECT_NE(sum.get(), object.get());
+  EXPECT_EQ(sum->payload(), object->payload());
+  EXPECT_EQ(args[0]->as_double(), 4);
+  EXPECT_EQ(args[1]->as_string(), "b");
 }
 
 std::vector<const __zxArray*> load_args(const std::vector<std::shared_ptr<const zo_obj>>& values) {

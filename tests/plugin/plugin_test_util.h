@@ -95,7 +95,7 @@ class PluginTest : public ::testing::Test {
   }
   void TearDown() override {
     for (const char* name :
-         {"tp_good", "tp_clash", "tp_obj", "tp_fail_fini", "tp_throw_fini", "tp_nofuncs", "tp_reent"}) {
+         {"tp_good", "tp_clash", "tp_obj", "tp_fail_fini", "tp_throw_fini", "tp_nofuncs", "tp_reent", "tp_vendor/alias"}) {
       if (mgr().is_loaded(name)) mgr().remove(name);
     }
     zorvat::global::set_clear_extern_obj(nullptr);

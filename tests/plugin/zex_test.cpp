@@ -81,7 +81,7 @@ TEST_F(Zex, MakersGiveTheDocumentedValues) {
   EXPECT_EQ(out[10]->as_string(), "text");
   const auto& texts = out[11]->get<matrix<std::string>>();
   EXPECT_EQ((std::vector<std::string>{texts(0), texts(1), texts(2)}), (std::vector<std::string>{"a", "", "ccc"}));
-  EXPECT_EQ(elem(out[12], 5).brief_type_str(), "empty 0x0 double");
+  EXPECT_EQ(out[12]->get<zorvat::cell_array>()(5), nullptr);  // an empty slot
   EXPECT_EQ(out[14]->get<zorvat::structure>().fieldnames(), (std::vector<std::string>{"x", "y"}));
   EXPECT_EQ(out[15]->get<zorvat::structure>().nfields(), 0);
   // Triplets at the same place are added; compressed columns as given.
@@ -181,8 +181,8 @@ TEST_F(Zex, PluginChangesItsOwnValues) {
   ASSERT_EQ(out.size(), 4u);
   EXPECT_EQ(out[0]->brief_type_str(), "2x2 cell array");
   EXPECT_EQ(elem(out[0], 0).as_double(), 1.0);
-  EXPECT_EQ(elem(out[0], 1).brief_type_str(), "empty 0x0 double");
-  EXPECT_EQ(elem(out[0], 2).brief_type_str(), "empty 0x0 double");  // grown
+  EXPECT_EQ(out[0]->get<zorvat::cell_array>()(1), nullptr);  // grown: an empty slot
+  EXPECT_EQ(elem(out[0], 2).brief_type_str(), "empty 0x0 double");  // stored as null
   EXPECT_EQ(elem(out[0], 3).as_string(), "last");
   const auto& s = out[1]->get<zorvat::structure>();
   EXPECT_EQ(s.fieldnames(), (std::vector<std::string>{"b", "a"}));
@@ -362,6 +362,32 @@ TEST(ZexDirect, EveryFailureResultIsTheDocumentedOne) {
   EXPECT_EQ(zxGetFieldNumber(st, "absent"), -1);
   zxDestroyArray(sp);
   zxDestroyArray(st);
+  EXPECT_EQ(zxLastError(), nullptr);
+  // An empty slot of a cell reads as an empty double; a contiguous view's
+  // elements are readable at any place in the block, a strided one's not.
+  const zo_obj cell(zorvat::type_cell, new zorvat::cell_array(1, 1));
+  const __zxArray* slot = zxGetCell(reinterpret_cast<const __zxArray*>(&cell), 0);
+  ASSERT_NE(slot, nullptr);
+  EXPECT_EQ(zxGetKind(slot), zxKindDouble);
+  EXPECT_EQ(zxGetNumberOfElements(slot), 0);
+  matrix<double> block(3, 2);
+  for (auto* view : {new matrix<double>(block.view(2, 2, 1)), new matrix<double>(block.view(2, 1, 1, 3, 2))}) {
+    const zo_obj v(zorvat::type_double, view);
+    const void* got = zxGetData(reinterpret_cast<const __zxArray*>(&v));
+    EXPECT_EQ(got, view->is_contiguous() ? view->data() : nullptr);
+    EXPECT_EQ(zxLastError() ? std::string(zxLastError()) : "", view->is_contiguous() ? "" : "zxGetData：数组的元素不是连续存放的");
+    zxClearError();
+  }
+  // A duplicate of the strided view is written as a packed array of its own.
+  for (long k = 0; k < block.size(); ++k) block(k) = static_cast<double>(k);
+  const zo_obj strided(zorvat::type_double, new matrix<double>(block.view(2, 1, 1, 3, 2)));  // elements 1, 3
+  __zxArray* dup = zxDuplicateArray(reinterpret_cast<const __zxArray*>(&strided));
+  auto* w = static_cast<double*>(zxGetWritableData(dup));
+  ASSERT_NE(w, nullptr) << zxLastError();
+  EXPECT_EQ((std::vector<double>{w[0], w[1]}), (std::vector<double>{1, 3}));
+  w[0] = 9;
+  EXPECT_EQ(block(1), 1.0);
+  zxDestroyArray(dup);
   EXPECT_EQ(zxLastError(), nullptr);
   // Counts and pointers that cannot be right, each with its message.
   static const long jc[] = {0, 1};

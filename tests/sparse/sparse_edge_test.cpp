@@ -144,6 +144,14 @@ TYPED_TEST(SparseFailure, ExhaustedHeapRaisesInsufficientMemory) {
   EXPECT_THROW(sparse_matrix<T>(1, 1, 1L << 58), zorvat::internal::insufficient_memory);
   EXPECT_THROW(this->s.initialize(1, 1, 1L << 58), zorvat::internal::insufficient_memory);
   EXPECT_THROW(this->s.reserve(std::vector<long>{1L << 58}), zorvat::internal::insufficient_memory);
+  // From triplets the column starts are made first: the error names their
+  // (n + 1) x 8 bytes.
+  try {
+    sparse_matrix<T>(std::vector<triplet<T>>{{T(1), 0, 0}}, 1, 1L << 59);
+    ADD_FAILURE() << "2^59 columns were made";
+  } catch (const zorvat::internal::insufficient_memory& e) {
+    EXPECT_STREQ(e.what(), "无法分配 4194304.0 TiB 大小的内存");
+  }
   this->expect_unchanged();
 }
 

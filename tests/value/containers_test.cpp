@@ -18,11 +18,11 @@ namespace {
 
 // ---- cells ------------------------------------------------------------------
 
-TEST(Cell, NewCellsHoldDistinctEmptyValues) {
+TEST(Cell, NewCellsHoldEmptySlots) {
   cell_array c(2, 2);
   EXPECT_EQ(c.dim_vec(), (std::vector<long>{2, 2}));
-  EXPECT_NE(c(0), c(1));
-  for (long i = 0; i < 4; ++i) EXPECT_EQ(c(i)->brief_type_str(), "empty 0x0 double");
+  for (long i = 0; i < 4; ++i) EXPECT_EQ(c(i), nullptr);
+  EXPECT_EQ(cell_array(std::vector<long>{1, 2}).as_std_vector(), (items{nullptr, nullptr}));
   EXPECT_EQ(cell_array(-1, 3).dim_vec(), (std::vector<long>{0, 3}));
   const cell_array n(std::vector<long>{2, 1, 3});
   EXPECT_EQ((std::vector<long>{n.pages(), n.ndims(), n.dim(3)}), (std::vector<long>{3, 3, 1}));
@@ -71,11 +71,9 @@ TEST(Cell, ToStringWritesOneLinePerRowOfTheFirstPage) {
   c(0, 0) = dbl(1);
   c(0, 1) = zorvat_test::chars("abc");
   c(1, 1) = std::make_shared<zo_obj>("s");
-  EXPECT_EQ(c.to_string(), "  {1x1 double}  {1x3 char}\n  {empty 0x0 double}  {1x1 string}\n");
+  EXPECT_EQ(c.to_string(), "  {1x1 double}  {1x3 char}\n  {}  {1x1 string}\n");
   cell_array n(std::vector<long>{1, 1, 2});
-  EXPECT_EQ(n.to_string(), "  {empty 0x0 double}\n");
-  // A null element reads as an empty value.
-  EXPECT_EQ(cell_array(items{nullptr}, false).to_string(), "  {empty 0x0 double}\n");
+  EXPECT_EQ(n.to_string(), "  {}\n");  // an empty slot holds no value
 }
 
 // ---- structures ---------------------------------------------------------------

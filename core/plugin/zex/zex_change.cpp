@@ -60,11 +60,7 @@ int zxResize(__zxArray* value, int ndims, const long* dims) {
       if (v.type == type_struct) {
         writable(value).get<structure>().resize(d);
       } else {
-        auto& c = writable(value).get<cell_array>().data();
-        c.conservative_resize(d);
-        for_each_element(c, [](std::shared_ptr<zo_obj>& e) {
-          if (!e) e = make_empty_element();
-        });
+        writable(value).get<cell_array>().data().conservative_resize(d);  // new slots empty
       }
       return 0;
     }

@@ -392,7 +392,9 @@ int predicate(const __zxArray* value, F&& test) {
 inline const void* dense_data(const zo_obj& v) {
   return with_dense(v, [&](const auto& m) -> const void* {
     if (m.is_empty()) return nullptr;
-    if (!m.is_standard()) throw misuse(tr("数组的元素不是连续存放的"));
+    // Any column-major packed array, at any place in its block (a
+    // contiguous view too): its elements are data()[0 .. size).
+    if (!m.is_contiguous()) throw misuse(tr("数组的元素不是连续存放的"));
     return m.data();
   });
 }

@@ -1,6 +1,9 @@
 // zex_read.cpp: libzex.so, reading values.
 #include "plugin/zex/zex_detail.h"
 
+#include <algorithm>
+#include <type_traits>
+
 using namespace zorvat;
 using namespace zorvat::internal;
 using namespace zorvat::internal::zex;
@@ -93,7 +96,20 @@ void* zxGetWritableData(__zxArray* value) {
   return guard("zxGetWritableData", static_cast<void*>(nullptr), [&] {
     const zo_obj& v = mine(value);
     with_dense(v, [](const auto&) { return 0; });  // refuses other kinds before copying
-    return const_cast<void*>(dense_data(writable(value)));
+    zo_obj& w = writable(value);
+    with_dense(w, [](const auto& m) {
+      // Writes must reach this value alone, in column-major order: an array
+      // that is a view, or shares its block with another array, becomes a
+      // packed private copy first.
+      using M = std::decay_t<decltype(m)>;
+      if (!m.is_empty() && !m.is_standard()) {
+        M packed(m.dim_vec());
+        std::copy(m.begin(), m.end(), packed.begin());
+        const_cast<M&>(m) = std::move(packed);
+      }
+      return 0;
+    });
+    return const_cast<void*>(dense_data(w));
   });
 }
 
