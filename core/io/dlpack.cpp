@@ -157,15 +157,18 @@ geometry describe(const DLTensor& t, std::size_t size, std::size_t align) {
 
   // No two elements may share memory: taken by increasing stride, each
   // dimension with more than one position steps past all before it.
-  std::vector<std::pair<long, long>> steps;
-  steps.reserve(static_cast<std::size_t>(nd));
+  // (Tensors of up to 8 dimensions, nearly all, sort on the stack.)
+  std::pair<long, long> few[8];
+  std::vector<std::pair<long, long>> many(nd > 8 ? static_cast<std::size_t>(nd) : 0);
+  std::pair<long, long>* steps = nd > 8 ? many.data() : few;
+  std::size_t n_steps = 0;
   for (int k = 0; k < nd; ++k)
-    if (g.dims[k] > 1) steps.emplace_back(g.strides[k], g.dims[k]);
-  std::sort(steps.begin(), steps.end());
+    if (g.dims[k] > 1) steps[n_steps++] = {g.strides[k], g.dims[k]};
+  std::sort(steps, steps + n_steps);
   long reach = 0;  // the last element's position
-  for (const auto& [stride, extent] : steps) {
-    if (stride <= reach) refuse(tr("DLPack 张量的间隔使不同元素共用内存"));
-    reach = add(reach, mul(stride, extent - 1));
+  for (std::size_t i = 0; i < n_steps; ++i) {
+    if (steps[i].first <= reach) refuse(tr("DLPack 张量的间隔使不同元素共用内存"));
+    reach = add(reach, mul(steps[i].first, steps[i].second - 1));
   }
   const long count = add(reach, 1);
   const long bytes = mul(count, static_cast<long>(size));
