@@ -13,18 +13,15 @@ import sys
 import numpy as np
 
 peer = ctypes.PyDLL(sys.argv[1])  # keeps the interpreter lock: NumPy's deleter needs it
-peer.peer_export.restype = ctypes.c_void_p
-peer.peer_export.argtypes = [ctypes.c_int]
-peer.peer_import.argtypes = [ctypes.c_void_p]
-peer.peer_address.restype = ctypes.c_void_p
-peer.peer_address.argtypes = [ctypes.c_int, ctypes.c_long, ctypes.c_long]
-peer.peer_dim.restype = ctypes.c_long
-peer.peer_dim.argtypes = [ctypes.c_int, ctypes.c_long]
-peer.peer_get.restype = ctypes.c_double
-peer.peer_get.argtypes = [ctypes.c_int, ctypes.c_long, ctypes.c_long]
-peer.peer_set.argtypes = [ctypes.c_int, ctypes.c_long, ctypes.c_long, ctypes.c_double]
-peer.peer_drop.argtypes = [ctypes.c_int]
-peer.peer_deleter_calls.restype = ctypes.c_long
+C = ctypes
+for name, restype, argtypes in [("export", C.c_void_p, [C.c_int]), ("import", C.c_int, [C.c_void_p]),
+                                ("address", C.c_void_p, [C.c_int, C.c_long, C.c_long]),
+                                ("dim", C.c_long, [C.c_int, C.c_long]),
+                                ("get", C.c_double, [C.c_int, C.c_long, C.c_long]),
+                                ("set", None, [C.c_int, C.c_long, C.c_long, C.c_double]),
+                                ("drop", None, [C.c_int]), ("deleter_calls", C.c_long, [])]:
+    f = getattr(peer, "peer_" + name)
+    f.restype, f.argtypes = restype, argtypes
 
 api = ctypes.pythonapi
 api.PyCapsule_New.restype = ctypes.py_object
