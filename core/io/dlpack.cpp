@@ -153,7 +153,12 @@ geometry describe(const DLTensor& t, std::size_t size, std::size_t align) {
   // vector stays a packed column.
   for (std::size_t k = static_cast<std::size_t>(std::max(nd, 0)); k < n; ++k)
     g.strides[k] = k == 0 ? 1 : mul(g.strides[k - 1], g.dims[k - 1]);
-  if (elements == 0) return g;  // no element: no memory to look at
+  if (elements == 0) {
+    // No element, no memory to look at, and strides that mean nothing: the
+    // packed ones keep every walk's steps at the null data pointer.
+    for (std::size_t k = 0; k < n; ++k) g.strides[k] = k == 0 ? 1 : mul(g.strides[k - 1], g.dims[k - 1]);
+    return g;
+  }
 
   // No two elements may share memory: taken by increasing stride, each
   // dimension with more than one position steps past all before it.
@@ -171,7 +176,12 @@ geometry describe(const DLTensor& t, std::size_t size, std::size_t align) {
     reach = add(reach, mul(steps[i].first, steps[i].second - 1));
   }
   const long count = add(reach, 1);
-  const long bytes = mul(count, static_cast<long>(size));
+  // A walk steps once past the last position along each dimension: those
+  // places must be addressable too (a dimension of one position and a huge
+  // stride is refused here).
+  long span = 0;
+  for (std::size_t k = 0; k < n; ++k) span = add(span, mul(g.dims[k], g.strides[k]));
+  const long bytes = mul(std::max(span, count), static_cast<long>(size));
   if (!t.data) refuse(tr("DLPack 张量的数据指针为空"));
   std::uintptr_t first;
   if (__builtin_add_overflow(reinterpret_cast<std::uintptr_t>(t.data), t.byte_offset, &first) ||

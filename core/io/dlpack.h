@@ -90,7 +90,9 @@ DLManagedTensor* to_dlpack_writable(zo_obj& v);
 /// bfloat16, opaque handles, ...); a negative number of dimensions, a
 /// negative extent or stride; strides under which two elements could share
 /// memory (sorted by stride, each dimension must step over the whole of the
-/// ones before it); a size that overflows; a null `data` or `shape` where
+/// ones before it); a size that overflows (the extents times the strides,
+/// summed, in bytes, must fit a signed 64-bit integer and the address
+/// space after the first element); a null `data` or `shape` where
 /// elements or dimensions exist; a first element not aligned for its type.
 /// std::bad_alloc when the heap refuses, with the tensor untouched too.
 zo_obj from_dlpack(DLManagedTensor* t);

@@ -236,6 +236,7 @@ const refusal refusals[] = {
     {"zero stride", [](DLTensor& d) { d.strides[1] = 0; }, "DLPack 张量的间隔使不同元素共用内存"},
     {"interleaved", [](DLTensor& d) { d.strides[0] = 2; }, "共用内存"},
     {"overflow", [](DLTensor& d) { d.shape[0] = 1L << 62; }, "DLPack 张量的尺寸过大"},
+    {"one position, huge stride", [](DLTensor& d) { d.shape[0] = 1, d.strides[0] = 1L << 61; }, "DLPack 张量的尺寸过大"},
     {"address overflow", [](DLTensor& d) { d.byte_offset = ~0UL - 8; }, "DLPack 张量的尺寸过大"},
     {"null data", [](DLTensor& d) { d.data = nullptr; }, "DLPack 张量的数据指针为空"},
     {"null shape", [](DLTensor& d) { d.shape = nullptr; }, "DLPack 张量的形状为空指针"},
