@@ -51,6 +51,9 @@
 #include "display/display_text.h"
 #include "display/number_format.h"
 
+// Exchange with other libraries.
+#include "io/dlpack.h"
+
 // Host bridge.
 #include "host/console.h"
 #include "host/host_query.h"

@@ -12,7 +12,8 @@
 set -euo pipefail
 
 packages=(g++ cmake make pkg-config libboost-dev libgtest-dev libbenchmark-dev
-          gettext libeigen3-dev libedit-dev libdeflate-dev zlib1g-dev python3-scipy libmatio-dev)
+          gettext libeigen3-dev libedit-dev libdeflate-dev zlib1g-dev python3-scipy libmatio-dev
+          libdlpack-dev python3-numpy)
 for step in "$@"; do
   case "$step" in
     fuzz) packages+=(clang libclang-rt-14-dev) ;;

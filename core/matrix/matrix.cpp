@@ -69,6 +69,37 @@ std::shared_ptr<zo_container<T>> make_block(long n) {
 
 }  // namespace
 
+namespace {
+
+// A block whose elements belong to someone else: the callback gives them
+// back, and the base's release then sees no data.
+template <class T>
+struct adopted_block : zo_container<T> {
+  void (*release)(void*);
+  void* context;
+  adopted_block(T* p, std::uint64_t n, void (*r)(void*), void* c) : release(r), context(c) {
+    this->data = p;
+    this->count = n;
+  }
+  adopted_block(const adopted_block&) = delete;
+  adopted_block& operator=(const adopted_block&) = delete;
+  ~adopted_block() {
+    this->data = nullptr;
+    release(context);
+  }
+};
+
+}  // namespace
+
+template <class T>
+std::shared_ptr<zo_container<T>> zo_container<T>::adopt(T* p, std::uint64_t n, void (*release)(void*),
+                                                         void* context) {
+  ZORVAT_ASSERT(release && (p || n == 0));
+  // make_shared destroys the most derived type, so the base needs no
+  // virtual destructor; a failed make_shared constructs nothing.
+  return std::make_shared<adopted_block<T>>(p, n, release, context);
+}
+
 template <class T>
 std::shared_ptr<zo_container<T>> zo_container<T>::make(long n) {
   return make_block<T, true>(n);
@@ -321,6 +352,22 @@ void matrix<T>::matrix_cpy_impl(const matrix& src) {
   size_max_ = src.size_max_;
   storage_ = std::move(block);
   rebase();
+}
+
+template <class T>
+void matrix<T>::assign_block(std::shared_ptr<zo_container<T>> block, std::vector<long>&& dims,
+                             std::vector<long>&& strides, long offset) noexcept {
+  ZORVAT_ASSERT(dims.size() == strides.size() && dims.size() >= 2);
+  long count = 1;
+  for (long d : dims) count *= d;
+  dims_.swap(dims);
+  strides_.swap(strides);
+  size_ = count;
+  offset_ = offset;
+  size_max_ = block ? static_cast<long>(block->count) : 0;
+  storage_ = std::move(block);
+  rebase();
+  assert_inside_block();
 }
 
 template <class T>

@@ -74,6 +74,14 @@ struct zo_container {
   // The same for a block that the caller overwrites whole at once: arithmetic
   // elements are left unset instead of zero-filled (copies use it).
   static std::shared_ptr<zo_container> make_for_overwrite(long n);
+  // A block over n elements at p that someone else owns (memory shared with
+  // another library): instead of being freed, it is handed back by calling
+  // release(context) once, when the last array lets go.  Nothing is adopted
+  // when making the block fails (std::bad_alloc): the caller still owns p.
+  // The elements are neither made nor destroyed here.
+  // REQUIRES: p holds n elements (or n == 0), release is not null.
+  static std::shared_ptr<zo_container> adopt(T* p, std::uint64_t n, void (*release)(void*),
+                                             void* context);
 };
 
 template <class T>
@@ -225,6 +233,15 @@ class matrix : public matrix_base {
   // The deep copy behind copy construction and assignment: the same geometry
   // on a private copy of the whole block (a copied view is not compacted).
   void matrix_cpy_impl(const matrix& src);
+  // Makes this array a view of `block` (null: none) with the given geometry,
+  // `offset` elements into the block, dropping its own block; allocates
+  // nothing, so the caller can make the array first and hand it a block
+  // that must not be lost.  Used for blocks of zo_container::adopt.
+  // REQUIRES: dims and strides of the same length >= 2, no extent negative,
+  // their product fits a long, and every element of a non-empty view lies
+  // inside the block.
+  void assign_block(std::shared_ptr<zo_container<T>> block, std::vector<long>&& dims,
+                    std::vector<long>&& strides, long offset) noexcept;
   // The move behind move construction and assignment; src ends up empty.
   void matrix_mov_impl(matrix&& src) noexcept;
   // Copies src into this array with src's (0, 0) at (row, col), clipped to

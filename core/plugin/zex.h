@@ -53,6 +53,8 @@
 
 #include <stddef.h>
 
+#include <dlpack/dlpack.h>
+
 #include "plugin/zx_plugin.h"
 
 #ifdef __cplusplus
@@ -316,6 +318,41 @@ void zxPrintf(const char* fmt, ...)
  * the host offers no "feval" service); no result is kept then.  Clear the
  * error with zxClearError to carry on. */
 int zxCallFunction(const char* name, int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs);
+
+/* ---- Sharing arrays with other libraries (DLPack) --------------------------
+ * DLPack 0.6 (<dlpack/dlpack.h>, Debian libdlpack-dev) describes an array in
+ * one library's memory so that another library can use it in place.  A
+ * dense array of kind zxKindInt8 .. zxKindComplexSingle or zxKindLogical
+ * crosses without copying: integers, single and double, complex (interleaved)
+ * with their DLPack type codes and sizes; logical as an 8-bit unsigned
+ * integer, since DLPack 0.6 has no boolean code (it comes back as uint8).
+ * Shape and strides count elements; an exported tensor always gives its
+ * strides (arrays are column-major) and lies on the CPU device.  The
+ * consumer of a tensor calls its deleter exactly once when it is done. */
+
+/* A tensor over the elements of `value`, for reading only: the value belongs
+ * to someone else (an argument, an element of another value), and DLPack
+ * 0.6 has no read-only flag, so the consumer must not write through it.  To
+ * let a foreign library write, duplicate the value and export the duplicate
+ * with zxToDLPackWritable.  The memory stays alive until the tensor's
+ * deleter is called, even after the value is gone.  Null with an error for
+ * another kind or when memory runs out. */
+DLManagedTensor* zxToDLPack(const __zxArray* value);
+/* The same for a value the plugin made: its contents are first made its own
+ * when shared with another value (as zxGetWritableData does), so writes
+ * through the tensor reach this value only. */
+DLManagedTensor* zxToDLPackWritable(__zxArray* value);
+/* A new value (owned by the plugin) over the memory of a producer's tensor,
+ * without copying: any shape, strides and byte_offset.  The tensor belongs
+ * to the value from then on; its deleter is called once, when the last
+ * value using the memory is gone.  Refused, with an error and a null
+ * result, for a tensor that is not on the CPU, has lanes other than 1, an
+ * element type without a matching kind (float16, bfloat16, bool, ...),
+ * negative extents or strides, strides under which two elements could share
+ * memory, a size that overflows, or a misaligned or null data pointer: the
+ * tensor is then untouched and still the caller's, whose deleter the
+ * caller calls (or who hands it on). */
+__zxArray* zxFromDLPack(DLManagedTensor* tensor);
 
 #ifdef __cplusplus
 }

@@ -19,6 +19,7 @@
 #include "display/display.h"
 #include "fake_host.h"
 #include "host/console.h"
+#include "io/dlpack.h"
 #include "host/host_services.h"
 #include "memory/zo_malloc.h"
 #include "plugin/plugin_manager.h"
@@ -282,6 +283,44 @@ TEST(AllocSweep, ZexMakersAndChanges) {
     status(zxResize(c, 2, jc + 1));
     status(zxResize(made[0], 2, jc + 2));
   }));
+}
+
+// DLPack: a failed export leaves the value as it was and lends nothing; a
+// failed import leaves the tensor untouched, its deleter uncalled, and the
+// caller its owner.  The producer's deleter runs at most once whatever fails.
+TEST(AllocSweep, DlpackExportAndImport) {
+  auto keep = zo_obj::make_matrix<double>(2, 2, {1, 2, 3, 4});
+  const void* payload = keep->payload();
+  static long producer_calls = 0;
+  static double cells[4] = {5, 6, 7, 8};
+  static std::int64_t shape[2] = {2, 2};
+  DLManagedTensor producer{{cells, {kDLCPU, 0}, 2, {kDLFloat, 64, 1}, shape, nullptr, 0}, nullptr,
+                           [](DLManagedTensor*) { ++producer_calls; }};
+  long calls_at_start = 0;
+  const auto zex = [](auto* result) {
+    if (result) return result;
+    zxClearError();
+    throw std::bad_alloc();
+  };
+  report("dlpack", sweep([&] {
+    calls_at_start = producer_calls;
+    DLManagedTensor* t = to_dlpack(*keep);
+    std::unique_ptr<DLManagedTensor, void (*)(DLManagedTensor*)> lent(t, t->deleter);
+    zo_obj back = from_dlpack(t);
+    lent.release();  // back's now
+    zo_obj mine = *keep;
+    DLManagedTensor* w = to_dlpack_writable(mine);
+    w->deleter(w);
+    zo_obj theirs = from_dlpack(&producer);
+    DLManagedTensor* c = zex(zxToDLPack(reinterpret_cast<const __zxArray*>(&theirs)));
+    std::unique_ptr<DLManagedTensor, void (*)(DLManagedTensor*)> lent_c(c, c->deleter);
+    zxDestroyArray(zex(zxFromDLPack(c)));
+    lent_c.release();
+  }, [&] {
+    return keep->payload() == payload && keep->use_count() == 1 &&
+           keep->get<matrix<double>>().block().use_count() == 1 && producer_calls - calls_at_start <= 1;
+  }));
+  EXPECT_EQ(producer_calls - calls_at_start, 1);
 }
 
 // Printed last: the integrator reports this number.
