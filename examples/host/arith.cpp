@@ -7,6 +7,7 @@
 #include "arith.h"
 
 #include <cmath>
+#include <limits>
 
 #include "memory/str_util.h"
 #include "typed.h"
@@ -51,8 +52,8 @@ std::string dims_text(const std::vector<long>& d) {
   return s;
 }
 
-// The kind of an arithmetic result: an integer type wins (two different ones
-// are refused), then complex and single; char and logical count as double.
+}  // namespace
+
 zo_type result_kind(int a, int b, int col) {
   const bool ia = is_int_kind(a), ib = is_int_kind(b);
   if (ia && ib && a != b)
@@ -65,6 +66,8 @@ zo_type result_kind(int a, int b, int col) {
   if (c) return s ? zorvat::type_complex_single : zorvat::type_complex_double;
   return s ? zorvat::type_single : zorvat::type_double;
 }
+
+namespace {
 
 // Calls f(type_tag<W>) with the working element type of result kind k.
 template <class F>
@@ -98,10 +101,23 @@ matrix<R> zip(const matrix<W>& a, const matrix<W>& b, const std::vector<long>& d
   return out;
 }
 
-// The final value of a result computed in W: complex results whose imaginary
-// parts are all zero become real; integer kinds are rounded and saturated.
+// A NaN as the language shows it: without the sign that the processor
+// leaves on an invalid operation (0/0 gives -NaN on x86).
+template <class R>
+R plain_nan(R x) {
+  return std::isnan(x) ? std::numeric_limits<R>::quiet_NaN() : x;
+}
+
+// The final value of a result computed in W: NaN loses its sign, complex
+// results whose imaginary parts are all zero become real, integer kinds are
+// rounded and saturated.
 template <class W>
 value_ptr finish(matrix<W>&& r, zo_type kind, int col) {
+  W* q = r.data();
+  for (long k = 0; k < r.size(); ++k) {
+    if constexpr (is_complex<W>::value) q[k] = W(plain_nan(q[k].real()), plain_nan(q[k].imag()));
+    else q[k] = plain_nan(q[k]);
+  }
   if constexpr (is_complex<W>::value) {
     using R = typename W::value_type;
     const W* p = r.data();
@@ -173,11 +189,13 @@ matrix<W> product(const matrix<W>& a, const matrix<W>& b, int col) {
   const long m = a.rows(), n = b.cols(), inner = a.cols();
   checked_count({m, n}, col);
   matrix<W> out(m, n);
-  for (long j = 0; j < n; ++j)
+  for (long j = 0; j < n; ++j) {
+    check_interrupt();  // a large product stops within a column's work
     for (long k = 0; k < inner; ++k) {
       const W bkj = b.data()[k + j * inner];
       for (long i = 0; i < m; ++i) out.data()[i + j * m] += a.data()[i + k * m] * bkj;
     }
+  }
   return out;
 }
 

@@ -21,6 +21,11 @@ namespace zorvat_host {
 // invalid combination of types.
 value_ptr builtin_operator(zxOperatorID op, const value_list& operands, int col);
 
+// The kind of an arithmetic result on kinds a and b: an integer type wins
+// (two different ones are refused), then complex and single; char and
+// logical count as double.
+zorvat::zo_type result_kind(int a, int b, int col);
+
 // The range a:s:b as a 1xn double row (empty when it runs the wrong way).
 value_ptr make_range(const zo_obj& a, const zo_obj* s, const zo_obj& b, int col);
 
