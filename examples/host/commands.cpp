@@ -1,6 +1,7 @@
 // commands.cpp: the commands of zorvat-host (format, plugin, help, who,
 // path, clear, exit), written as words: "plugin load quaternion".
 #include <cstdlib>
+#include <cstring>
 
 #include "display/display_format.h"
 #include "host/console.h"
@@ -30,13 +31,18 @@ const format_word format_words[] = {
 void out(const std::string& text) { zorvat::write_to_cout_flush(text); }
 
 std::string host_help() {
-  std::string names;
-  for (const char* b : builtin_names()) names += (names.empty() ? "" : " ") + std::string(b);
+  std::string names = "   ";
+  size_t line = names.size();
+  for (const char* b : builtin_names()) {
+    if (line + 1 + std::strlen(b) > 78) names += "\n   ", line = 3;
+    names += std::string(" ") + b;
+    line += 1 + std::strlen(b);
+  }
   return str_format(tr(
       "zorvat-host：libzorvat_core 的参考宿主程序。\n"
       "  name = expr      赋值；expr 单独成句时以 ans 显示；句末的 ; 不显示结果；%% 之后是注释\n"
       "  数值 1 2.5 1e3 2i Inf NaN，true/false，矩阵 [1 2; 3 4]，'字符数组'，\"字符串\"，单元 {1, 'a'}\n"
-      "  内置函数（help NAME 显示各自的说明）：%s\n"
+      "  内置函数（help NAME 显示各自的说明）：\n%s\n"
       "  插件函数 f(a, b)；[a, b] = f(x) 取多个输出；函数句柄 f = @name 可以像函数一样调用 f(x)\n"
       "  运算符 + - .* ./ .\\ .^ < > <= >= ~= == & | 与一元 - + ~、' .' 逐元素计算（标量自动扩展），\n"
       "  * 是矩阵乘法；范围 a:b、a:s:b；下标 x(i)、x(i,j)、x(:)、x(end)、c{i}、s.name\n"

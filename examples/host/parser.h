@@ -63,8 +63,8 @@ class parser {
   };
 
   // Statement forms (statements.cpp).
-  void assign(const sink_fn& sink);
-  void multi_assign(const sink_fn& sink);
+  void assign(size_t stop, const sink_fn& sink);
+  void multi_assign(size_t stop, const sink_fn& sink);
   bool call_statement(size_t stop, const sink_fn& sink);
   value_ptr call_one(const std::string& name, const value_list& args, int col);
 

@@ -72,14 +72,12 @@ void parser::statement(size_t stop, const sink_fn& sink) {
   if (is_op("[")) {
     const size_t close = matching(pos_);
     if (close != std::string::npos && is_assign_at(close + 1)) {
-      multi_assign(sink);
-      return expect_stop(stop);
+      return multi_assign(stop, sink);
     }
   }
   if (peek().kind == tok::ident) {
     if (is_assign_at(lvalue_end(pos_))) {
-      assign(sink);
-      return expect_stop(stop);
+      return assign(stop, sink);
     }
     if (call_statement(stop, sink)) return;
   }
@@ -96,7 +94,7 @@ void parser::statement(size_t stop, const sink_fn& sink) {
 }
 
 // name = expr, or name followed by (subs), {subs} and .field steps.
-void parser::assign(const sink_fn& sink) {
+void parser::assign(size_t stop, const sink_fn& sink) {
   const std::string name = next().text;
   auto var = s_.vars_.find(name);
   const value_ptr target = var == s_.vars_.end() ? nullptr : var->second;
@@ -118,13 +116,14 @@ void parser::assign(const sink_fn& sink) {
   }
   next();  // '='
   const value_ptr rhs = expr();
+  expect_stop(stop);
   const value_ptr v = path.empty() ? std::make_shared<zo_obj>(*rhs) : assign_path(target, path, 0, rhs);
   s_.vars_[name] = v;
   sink(name, v);
 }
 
 // [a, ~, c] = f(args): the outputs of one call, ~ dropping one.
-void parser::multi_assign(const sink_fn& sink) {
+void parser::multi_assign(size_t stop, const sink_fn& sink) {
   next();  // '['
   std::vector<std::string> names;
   lists_.push_back(true);
@@ -154,6 +153,7 @@ void parser::multi_assign(const sink_fn& sink) {
   }
   value_list args;
   if (is_op("(")) args = arguments();
+  expect_stop(stop);
   const std::vector<value_ptr> results = call_named(s_, fn, args, static_cast<int>(names.size()), f.col);
   if (results.size() < names.size())
     throw host_error(str_format(tr("%s 只给出了 %ld 个输出"), fn.c_str(), static_cast<long>(results.size())), f.col);
@@ -184,6 +184,7 @@ bool parser::call_statement(size_t stop, const sink_fn& sink) {
   const std::string fn = handle ? handle_name(*var->second, t.col) : t.text;
   value_list args;
   if (is_op("(")) args = arguments();
+  expect_stop(stop);
   const std::vector<value_ptr> results = call_named(s_, fn, args, 0, t.col);
   if (results.empty()) return true;
   s_.vars_["ans"] = results[0];
