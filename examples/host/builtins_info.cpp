@@ -105,14 +105,16 @@ void bi_class(const value_list& args, int, std::vector<value_ptr>& out, int col)
   if (v.type == zorvat::type_sparse_logical) name = "logical";
   else if (is_sparse_kind(v.type)) name = v.type == zorvat::type_sparse_double || v.type == zorvat::type_sparse_complex_double ? "double" : "single";
   else if (v.type == zorvat::type_extern) name = v.brief_type_str();
-  else name = zorvat::cell_array::type_str_cell(args[0]);
+  else name = zorvat::type_str(v.type);
+  if (name.compare(0, 8, "complex ") == 0) name.erase(0, 8);  // complex double is of class double
   out.push_back(char_row(name));
 }
 
 // disp(x): a text as it is; any other value as the library shows it, without
 // its type header (display.h) and the blank lines around the body.
-void bi_disp(const value_list& args, int, std::vector<value_ptr>&, int col) {
+void bi_disp(const value_list& args, int nargout, std::vector<value_ptr>&, int col) {
   check_args("disp", args, 1, 1, col);
+  if (nargout > 0) throw host_error(str_format(tr("函数 %s 没有返回值"), "disp"), col);
   const zo_obj& v = *args[0];
   if (v.is_char_vector() || (v.type == zorvat::type_string && v.array_base()->is_scalar())) {
     zorvat::write_to_cout_flush(v.as_string() + "\n");

@@ -174,7 +174,7 @@ void bi_ceil(const value_list& a, int, std::vector<value_ptr>& out, int col) {
 void bi_sqrt(const value_list& a, int, std::vector<value_ptr>& out, int col) {
   check_args("sqrt", a, 1, 1, col);
   if (a[0]->type <= zorvat::type_uint64) throw host_error(tr("sqrt 不支持整数类型"), col);
-  map("sqrt", a, out, col, [](cplx z) { return z.imag() == 0 && z.real() >= 0 ? cplx(std::sqrt(z.real())) : std::sqrt(z); });
+  map("sqrt", a, out, col, [](cplx z) { return z.imag() == 0 && !(z.real() < 0) ? cplx(std::sqrt(z.real())) : std::sqrt(z); });
 }
 
 void bi_mod(const value_list& args, int, std::vector<value_ptr>& out, int col) {

@@ -131,7 +131,8 @@ std::vector<long> grown_dims(std::vector<long> d, const std::vector<subscript>& 
 
 template <class T>
 void scatter(matrix<T>& m, const std::vector<subscript>& subs, const matrix<T>& rhs, int col) {
-  if (m.offset() != 0 || !m.is_contiguous()) {  // a view: repack it, elements are written by position
+  if (m.offset() != 0 || !m.is_contiguous() || (m.block() && m.block().use_count() != 1)) {
+    // a view or a shared block: repack it, elements are written by position
     matrix<T> packed(m.dim_vec());
     T* p = packed.data();
     for (auto it = m.begin(); m.size() > 0 && it != m.end(); ++it) *p++ = *it;
