@@ -217,14 +217,14 @@ void bi_linspace(const value_list& args, int, std::vector<value_ptr>& out, int c
 using later::tr;
 
 const builtin table[] = {
-    {"int8", bi_cast<zorvat::type_int8>, tr("int8(x)：转换为 int8（四舍五入并饱和）")},
-    {"int16", bi_cast<zorvat::type_int16>, tr("int16(x)：转换为 int16（四舍五入并饱和）")},
-    {"int32", bi_cast<zorvat::type_int32>, tr("int32(x)：转换为 int32（四舍五入并饱和）")},
-    {"int64", bi_cast<zorvat::type_int64>, tr("int64(x)：转换为 int64（四舍五入并饱和）")},
-    {"uint8", bi_cast<zorvat::type_uint8>, tr("uint8(x)：转换为 uint8（四舍五入并饱和）")},
-    {"uint16", bi_cast<zorvat::type_uint16>, tr("uint16(x)：转换为 uint16（四舍五入并饱和）")},
-    {"uint32", bi_cast<zorvat::type_uint32>, tr("uint32(x)：转换为 uint32（四舍五入并饱和）")},
-    {"uint64", bi_cast<zorvat::type_uint64>, tr("uint64(x)：转换为 uint64（四舍五入并饱和）")},
+    {"int8", bi_cast<zorvat::type_int8>, tr("int8(x) … uint64(x)：转换为该整数类型（四舍五入并饱和）")},
+    {"int16", bi_cast<zorvat::type_int16>, tr("int8(x) … uint64(x)：转换为该整数类型（四舍五入并饱和）")},
+    {"int32", bi_cast<zorvat::type_int32>, tr("int8(x) … uint64(x)：转换为该整数类型（四舍五入并饱和）")},
+    {"int64", bi_cast<zorvat::type_int64>, tr("int8(x) … uint64(x)：转换为该整数类型（四舍五入并饱和）")},
+    {"uint8", bi_cast<zorvat::type_uint8>, tr("int8(x) … uint64(x)：转换为该整数类型（四舍五入并饱和）")},
+    {"uint16", bi_cast<zorvat::type_uint16>, tr("int8(x) … uint64(x)：转换为该整数类型（四舍五入并饱和）")},
+    {"uint32", bi_cast<zorvat::type_uint32>, tr("int8(x) … uint64(x)：转换为该整数类型（四舍五入并饱和）")},
+    {"uint64", bi_cast<zorvat::type_uint64>, tr("int8(x) … uint64(x)：转换为该整数类型（四舍五入并饱和）")},
     {"single", bi_cast<zorvat::type_single>, tr("single(x)：转换为单精度")},
     {"double", bi_cast<zorvat::type_double>, tr("double(x)：转换为双精度")},
     {"logical", bi_cast<zorvat::type_logical>, tr("logical(x)：非零元素为 true（NaN 不能转换）")},
