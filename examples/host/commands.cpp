@@ -9,6 +9,7 @@
 #include "memory/str_util.h"
 #include "plugin/plugin_manager.h"
 #include "builtins.h"
+#include "control.h"
 #include "session.h"
 
 namespace zorvat_host {
@@ -68,6 +69,7 @@ std::vector<std::string> session::known_names() const {
   std::vector<std::string> names(command_words, command_words + command_count);
   for (const auto& v : vars_) names.push_back(v.first);
   for (const char* b : builtin_names()) names.push_back(b);
+  for (const char* k : block_keywords()) names.push_back(k);
   if (plugins_.empty()) return names;  // no need to start the plugin manager
   auto& mgr = zorvat::global::plugin_mgr();
   for (const auto& p : plugins_)

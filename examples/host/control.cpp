@@ -289,6 +289,12 @@ class executor {
 
 }  // namespace
 
+std::vector<const char*> block_keywords() {
+  std::vector<const char*> words;
+  for (const auto& k : keywords) words.push_back(k.word);
+  return words;
+}
+
 int block_balance(const std::vector<token>& toks) {
   source_line line;
   line.toks = toks;

@@ -31,6 +31,8 @@ class located_error : public std::runtime_error {
 // after ';'.
 using line_sink = std::function<void(const std::string& name, const value_ptr& v, bool shown)>;
 
+// The words that open, divide and close blocks and leave loops.
+std::vector<const char*> block_keywords();
 // How many blocks the statements of a line open, less those it closes.
 int block_balance(const std::vector<token>& toks);
 // Runs lines whose blocks are all closed.  Throws located_error.
