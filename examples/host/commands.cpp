@@ -126,7 +126,9 @@ bool session::run_command(const std::vector<std::string>& w) {
       out(host_help());
       return true;
     }
-    for (const char* c : command_words)
+    std::vector<const char*> language(command_words, command_words + command_count);
+    for (const char* k : block_keywords()) language.push_back(k);
+    for (const char* c : language)
       if (w[1] == c) {
         out(host_help());
         return true;
