@@ -318,20 +318,25 @@ value_ptr builtin_operator(zxOperatorID op, const value_list& v, int col) {
   }
 }
 
-value_ptr make_range(const zo_obj& a, const zo_obj* s, const zo_obj& b, int col) {
+range range_of(const zo_obj& a, const zo_obj* s, const zo_obj& b, int col) {
   auto scalar = [&](const zo_obj& v) {
     if (!is_dense_kind(v) || is_complex_kind(v.type)) throw host_error(tr("范围的端点和步长必须是实数标量"), col);
     const matrix<double> m = convert_matrix<double>(v, col);
     if (m.size() != 1) throw host_error(tr("范围的端点和步长必须是实数标量"), col);
     return m.data()[0];
   };
-  const double first = scalar(a), step = s ? scalar(*s) : 1.0, last = scalar(b);
-  const double q = (last - first) / step;
-  long n = 0;
-  if (std::isnan(q)) n = 0;
-  else if (q >= 0) n = checked_count_d(std::floor(q + 1e-10) + 1, col);
-  matrix<double> out(1, n);
-  for (long k = 0; k < n; ++k) out.data()[k] = first + k * step;
+  range r;
+  r.first = scalar(a);
+  r.step = s ? scalar(*s) : 1.0;
+  const double q = (scalar(b) - r.first) / r.step;
+  if (!std::isnan(q) && q >= 0) r.n = checked_count_d(std::floor(q + 1e-10) + 1, col);
+  return r;
+}
+
+value_ptr make_range(const zo_obj& a, const zo_obj* s, const zo_obj& b, int col) {
+  const range r = range_of(a, s, b, col);
+  matrix<double> out(1, r.n);
+  for (long k = 0; k < r.n; ++k) out.data()[k] = r.at(k);
   return wrap(std::move(out));
 }
 

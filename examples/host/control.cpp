@@ -9,6 +9,7 @@
 #include <cmath>
 #include <sstream>
 
+#include "arith.h"
 #include "builtins.h"
 #include "index.h"
 #include "memory/messages.h"
@@ -226,25 +227,34 @@ class executor {
     const piece& p = n.p;
     const auto& t = p.line->toks;
     std::string name;
-    value_ptr range;
+    range r;
+    value_ptr whole;
+    bool lazy = false;
     at(p, [&] {
       if (t[p.b + 1].kind != tok::ident || t[p.b + 2].kind != tok::op || t[p.b + 2].text != "=")
         throw host_error(tr("for 的格式是 for 变量 = 表达式"), t[p.b + 1].col);
       name = t[p.b + 1].text;
-      range = parser(s_, t, p.b + 3).expression(p.e);
+      lazy = parser(s_, t, p.b + 3).loop_values(p.e, r, whole);
     });
-    // Over the columns of the value: a 2x3 array gives three 2x1 columns.
-    const std::vector<long> d = value_dims(*range);
+    // A range is walked without being made; any other value column by
+    // column (a 2x3 array gives three 2x1 columns).
     long columns = 1;
-    for (size_t k = 1; k < d.size(); ++k) columns *= d[k];
-    const bool array = range->array_base() || range->container();
-    for (long c = 0; c < (array ? columns : 1); ++c) {
+    if (lazy) {
+      columns = r.n;
+    } else if (whole->array_base() || whole->container()) {
+      const std::vector<long> d = value_dims(*whole);
+      for (size_t k = 1; k < d.size(); ++k) columns *= d[k];
+    }
+    for (long c = 0; c < columns; ++c) {
       at(p, [&] {
         tick();
         subscript one;
         one.pos = {c};
         one.dims = {1, 1};
-        s_.workspace()[name] = array ? index_read(*range, {subscript::all(), one}, false, t[p.b].col) : range;
+        if (lazy) s_.workspace()[name] = std::make_shared<zo_obj>(r.at(c));
+        else if (whole->array_base() || whole->container())
+          s_.workspace()[name] = index_read(*whole, {subscript::all(), one}, false, t[p.b].col);
+        else s_.workspace()[name] = whole;
       });
       const flow f = run(n.bodies[0]);
       if (f == flow::brk) break;

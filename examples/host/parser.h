@@ -25,6 +25,7 @@
 namespace zorvat_host {
 
 struct op_entry;
+struct range;
 
 // Receives each value that a statement assigns or shows, with its name.
 using sink_fn = std::function<void(const std::string& name, const value_ptr& v)>;
@@ -42,8 +43,11 @@ class parser {
   // `name = expr`, an assignment into subscripts and fields, `[a, b] = f(x)`,
   // a call, or an expression (shown as ans).
   void statement(size_t stop, const sink_fn& sink);
-  // An expression that ends at token `stop` (a condition, a loop's range).
+  // An expression that ends at token `stop` (a condition).
   value_ptr expression(size_t stop);
+  // The values of a for loop, ending at `stop`: a range a:b or a:s:b is
+  // given unmade in r (true), any other expression in whole (false).
+  bool loop_values(size_t stop, range& r, value_ptr& whole);
 
  private:
   const token& peek(size_t k = 0) const { return t_[std::min(pos_ + k, t_.size() - 1)]; }

@@ -91,8 +91,9 @@ class session {
 };
 
 // Set by the interactive host's SIGINT handler (and nothing else there): the
-// evaluator stops with an error at the next statement or operator, between
-// calls into the library, so no library state is left half-changed.
+// evaluator stops with an error (check_interrupt) at the next statement,
+// operator, loop step or column of a matrix product, between calls into the
+// library, so no library state is left half-changed.
 extern volatile std::sig_atomic_t interrupt_requested;
 
 // The deepest nesting of brackets and unary operators that a line may have;

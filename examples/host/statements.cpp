@@ -1,6 +1,7 @@
 // statements.cpp: the statement forms of zorvat-host's command language:
 // assignments into names, subscripts and fields, several outputs, calls
 // without outputs, and expressions shown as ans.
+#include "arith.h"
 #include "assign.h"
 #include "builtins.h"
 #include "memory/messages.h"
@@ -62,6 +63,29 @@ value_ptr parser::expression(size_t stop) {
   value_ptr v = expr();
   expect_stop(stop);
   return v;
+}
+
+bool parser::loop_values(size_t stop, range& r, value_ptr& whole) {
+  const size_t start = pos_;
+  value_ptr a = add_expr();
+  if (is_op(":")) {
+    const int col = next().col;
+    value_ptr b = add_expr(), c;
+    if (is_op(":")) {
+      next();
+      c = add_expr();
+    }
+    if (pos_ == stop) {
+      r = c ? range_of(*a, b.get(), *c, col) : range_of(*a, nullptr, *b, col);
+      return true;
+    }
+  } else if (pos_ == stop) {
+    whole = a;
+    return false;
+  }
+  pos_ = start;  // a range inside a larger expression: read it whole
+  whole = expression(stop);
+  return false;
 }
 
 void parser::statement(size_t stop, const sink_fn& sink) {

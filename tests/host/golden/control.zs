@@ -12,6 +12,10 @@ for col = [1 2; 3 4]
 end
 for c = {'a', 1}, c, end
 for e = zeros(1, 0), disp('never'), end
+% A range is walked without being made, however long.
+for i = 1:1e12, if i > 2, break, end, end, i
+for i = 5:-2:1, disp(i), end
+for i = (1:2) * 10, disp(i), end
 % while, break and continue, nested.
 n = 0; s = 0;
 while n < 10
