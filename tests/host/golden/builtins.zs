@@ -34,6 +34,9 @@ plugin load colstats
 [lo, hi] = colrange([1 5; 3 2])
 colprint([1 2; 3 4])
 h = @colrange; [a, b] = h([7; 8])
+% A plugin calls a built-in by name.
+viasum = colstats_of('sum', [1 2; 3 4]);
+viasum.max
 % Errors.
 y = disp(1)
 [a, b] = x
