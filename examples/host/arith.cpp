@@ -24,7 +24,6 @@ namespace {
 
 bool is_int_kind(int t) { return t >= zorvat::type_int8 && t <= zorvat::type_uint64; }
 bool is_single_kind(int t) { return t == zorvat::type_single || t == zorvat::type_complex_single; }
-bool is_complex_kind(int t) { return t == zorvat::type_complex_double || t == zorvat::type_complex_single; }
 
 const char* symbol(zxOperatorID op) {
   switch (op) {
@@ -53,6 +52,8 @@ std::string dims_text(const std::vector<long>& d) {
 }
 
 }  // namespace
+
+bool is_complex_kind(int t) { return t == zorvat::type_complex_double || t == zorvat::type_complex_single; }
 
 zo_type result_kind(int a, int b, int col) {
   const bool ia = is_int_kind(a), ib = is_int_kind(b);

@@ -21,6 +21,9 @@ namespace zorvat_host {
 // invalid combination of types.
 value_ptr builtin_operator(zxOperatorID op, const value_list& operands, int col);
 
+// Whether t is complex double or complex single.
+bool is_complex_kind(int t);
+
 // The kind of an arithmetic result on kinds a and b: an integer type wins
 // (two different ones are refused), then complex and single; char and
 // logical count as double.

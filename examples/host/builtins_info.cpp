@@ -2,6 +2,7 @@
 // length, ndims, isempty, class, disp, num2str, fieldnames, isfield, full
 // and nnz.
 #include <cmath>
+#include <cstring>
 
 #include "builtins.h"
 #include "display/display.h"
@@ -11,6 +12,7 @@
 #include "sparse/sparse_matrix.h"
 #include "typed.h"
 #include "value/cell_array.h"
+#include "value/kind_table.h"
 #include "value/structure.h"
 
 namespace zorvat_host {
@@ -26,19 +28,28 @@ long product(const std::vector<long>& d, size_t from) {
   return n;
 }
 
-bool is_sparse_kind(int t) { return t >= zorvat::type_sparse_double && t <= zorvat::type_sparse_logical; }
+template <class P>
+struct sparse_element {
+  using type = void;
+};
+template <class T>
+struct sparse_element<zorvat::sparse_matrix<T>> {
+  using type = T;
+};
 
-// Calls f(type_tag<T>) for the element type of a sparse kind.
+// Calls f(type_tag<T>) with the element type of the sparse value v; false
+// (f not called) for any other kind.
 template <class F>
-decltype(auto) visit_sparse(int t, F&& f, int col) {
-  switch (t) {
-    case zorvat::type_sparse_double: return f(type_tag<double>{});
-    case zorvat::type_sparse_single: return f(type_tag<float>{});
-    case zorvat::type_sparse_complex_double: return f(type_tag<std::complex<double>>{});
-    case zorvat::type_sparse_complex_single: return f(type_tag<std::complex<float>>{});
-    case zorvat::type_sparse_logical: return f(type_tag<bool>{});
-    default: throw host_error(tr("不是稀疏矩阵"), col);
-  }
+bool visit_sparse(const zo_obj& v, F&& f) {
+  return zorvat::internal::visit_kind(v.type, [&](auto k) {
+    using T = typename sparse_element<typename decltype(k)::payload>::type;
+    if constexpr (std::is_void_v<T>) {
+      return false;
+    } else {
+      f(type_tag<T>{});
+      return true;
+    }
+  });
 }
 
 value_ptr char_row(const std::string& s) { return std::make_shared<zo_obj>(s.c_str(), zorvat::type_char); }
@@ -101,12 +112,11 @@ void bi_isempty(const value_list& args, int, std::vector<value_ptr>& out, int co
 void bi_class(const value_list& args, int, std::vector<value_ptr>& out, int col) {
   check_args("class", args, 1, 1, col);
   const zo_obj& v = *args[0];
-  std::string name;
-  if (v.type == zorvat::type_sparse_logical) name = "logical";
-  else if (is_sparse_kind(v.type)) name = v.type == zorvat::type_sparse_double || v.type == zorvat::type_sparse_complex_double ? "double" : "single";
-  else if (v.type == zorvat::type_extern) name = v.brief_type_str();
-  else name = zorvat::type_str(v.type);
-  if (name.compare(0, 8, "complex ") == 0) name.erase(0, 8);  // complex double is of class double
+  // The kind's name without "sparse " and "complex ": both are forms of
+  // their element class.
+  std::string name = v.type == zorvat::type_extern ? v.brief_type_str() : zorvat::type_str(v.type);
+  for (const char* form : {"sparse ", "complex "})
+    if (name.compare(0, std::strlen(form), form) == 0) name.erase(0, std::strlen(form));
   out.push_back(char_row(name));
 }
 
@@ -193,26 +203,24 @@ void bi_full(const value_list& args, int, std::vector<value_ptr>& out, int col) 
     out.push_back(std::make_shared<zo_obj>(*args[0]));
     return;
   }
-  if (!is_sparse_kind(args[0]->type))
-    throw host_error(str_format(tr("full 不接受 %s 类型的值"), args[0]->brief_type_str().c_str()), col);
-  out.push_back(visit_sparse(args[0]->type, [&](auto tag) {
+  value_ptr r;
+  visit_sparse(*args[0], [&](auto tag) {
     using T = typename decltype(tag)::type;
-    return wrap(args[0]->get<zorvat::sparse_matrix<T>>().to_full());
-  }, col));
+    r = wrap(args[0]->get<zorvat::sparse_matrix<T>>().to_full());
+  });
+  if (!r) throw host_error(str_format(tr("full 不接受 %s 类型的值"), args[0]->brief_type_str().c_str()), col);
+  out.push_back(r);
 }
 
 void bi_nnz(const value_list& args, int, std::vector<value_ptr>& out, int col) {
   check_args("nnz", args, 1, 1, col);
   long n = 0;
-  if (is_sparse_kind(args[0]->type)) {
-    visit_sparse(args[0]->type, [&](auto tag) {
-      using T = typename decltype(tag)::type;
-      for (const auto& t : args[0]->get<zorvat::sparse_matrix<T>>().to_triplet()) n += t.value != T(0);
-      return 0;
-    }, col);
-  } else {
+  const bool sparse = visit_sparse(*args[0], [&](auto tag) {
+    using T = typename decltype(tag)::type;
+    for (const auto& t : args[0]->get<zorvat::sparse_matrix<T>>().to_triplet()) n += t.value != T(0);
+  });
+  if (!sparse)
     for (const cplx& z : read_array(*args[0], col).v) n += z != cplx();
-  }
   out.push_back(number(static_cast<double>(n)));
 }
 

@@ -21,8 +21,6 @@ using zorvat::zo_type;
 
 namespace {
 
-bool is_complex_kind(int t) { return t == zorvat::type_complex_double || t == zorvat::type_complex_single; }
-
 // The kind of a result computed from an operand of kind t.
 zo_type numeric_kind(int t) {
   return t == zorvat::type_char || t == zorvat::type_logical ? zorvat::type_double : zo_type(t);
