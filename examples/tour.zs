@@ -31,7 +31,7 @@ z3 = zeros(2, 1, 2)
 % Wider than the console: column pages at the real console width.
 wide = reshape([1.5 2.5 3.5 4.5 5.5 6.5 7.5 8.5 9.5 10.5 11.5 12.5 13.5 14.5 15.5 16.5 17.5 18.5 19.5 20.5 21.5 22.5 23.5 24.5], 2, 12)
 cl = {1, 'a'; [1 2 3], "s"}
-st = struct('name', 'Ada', 'year', 1843, 'tags', {'x', 'y'})
+st = struct('name', 'Ada', 'year', 1843, 'tags', {{'x', 'y'}})
 sp = sparse([1 3 2], [1 1 4], [10 -20 30.5], 3, 4)
 fh = @quat
 % The host computes on the built-in kinds with matrix<T>: elementwise with
@@ -55,6 +55,18 @@ st.year - 1800
 g = [];
 g(2, 3) = 5
 a(3, 1)
+% Statements: loops and conditions, on one line or over several lines;
+% assignment into fields and deletion.
+total = 0;
+for k = 1:6
+  if mod(k, 2) == 0, total = total + k; end
+end
+total
+st.place.city = 'London';
+st.place
+g(:, 1) = []
+[m, where] = max([3 9 2])
+f = @numel; f(cl)
 format loose
 % Operators on objects of a plugin's types go to the plugin.
 plugin load quaternion

@@ -2,11 +2,13 @@
 // evaluator, arithmetic, indexing and commands, up to 16 lines run in one
 // session (long lines, NUL bytes, deep nesting).  Checks:
 // - run_line never throws: every error is one reported line (false);
-// - a single statement that fails leaves the workspace as it was;
+// - a single statement that fails leaves the workspace as it was (a line
+//   that closes a block of earlier lines runs several, so it is not checked);
 // - "x = " with n nested brackets (or minus signs) around 1, n taken from
 //   the first bytes, works for shallow n with the right value and is refused
 //   for deep n, without exhausting the stack.
-// Values are bounded to 2^16 elements so that no line allocates much.
+// Values are bounded to 2^16 elements and loops to 2^8 iterations a line,
+// so that no line allocates much or runs long.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -58,6 +60,7 @@ void check_nesting(unsigned kind, long n) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   zorvat_host::element_limit() = 1L << 16;
+  zorvat_host::iteration_limit() = 1L << 8;
   unsetenv("ZORVAT_PLUGIN_PATH");
   if (size >= 3) check_nesting(data[0] % 4, (data[1] | data[2] << 8) % 400);
 
@@ -69,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (end == std::string::npos) end = text.size();
     const std::string line = text.substr(start, end - start);
     start = end + 1;
-    const bool one_statement = line.find_first_of(",;") == std::string::npos;
+    const bool one_statement = line.find_first_of(",;") == std::string::npos && !s.block_open();
     const auto before = snapshot(s);
     if (!run(s, line) && one_statement) FUZZ_CHECK(snapshot(s) == before);
   }

@@ -7,6 +7,7 @@
 #include "arith.h"
 
 #include <cmath>
+#include <limits>
 
 #include "memory/str_util.h"
 #include "plugin/operator_table.h"
@@ -33,8 +34,10 @@ std::string dims_text(const std::vector<long>& d) {
   return s;
 }
 
-// The kind of an arithmetic result: an integer type wins (two different ones
-// are refused), then complex and single; char and logical count as double.
+}  // namespace
+
+bool is_complex_kind(int t) { return t == zorvat::type_complex_double || t == zorvat::type_complex_single; }
+
 zo_type result_kind(int a, int b, int col) {
   const bool ia = is_int_kind(a), ib = is_int_kind(b);
   if (ia && ib && a != b)
@@ -47,6 +50,8 @@ zo_type result_kind(int a, int b, int col) {
   if (c) return s ? zorvat::type_complex_single : zorvat::type_complex_double;
   return s ? zorvat::type_single : zorvat::type_double;
 }
+
+namespace {
 
 // Calls f(type_tag<W>) with the working element type of result kind k.
 template <class F>
@@ -80,10 +85,23 @@ matrix<R> zip(const matrix<W>& a, const matrix<W>& b, const std::vector<long>& d
   return out;
 }
 
-// The final value of a result computed in W: complex results whose imaginary
-// parts are all zero become real; integer kinds are rounded and saturated.
+// A NaN as the language shows it: without the sign that the processor
+// leaves on an invalid operation (0/0 gives -NaN on x86).
+template <class R>
+R plain_nan(R x) {
+  return std::isnan(x) ? std::numeric_limits<R>::quiet_NaN() : x;
+}
+
+// The final value of a result computed in W: NaN loses its sign, complex
+// results whose imaginary parts are all zero become real, integer kinds are
+// rounded and saturated.
 template <class W>
 value_ptr finish(matrix<W>&& r, zo_type kind, int col) {
+  W* q = r.data();
+  for (long k = 0; k < r.size(); ++k) {
+    if constexpr (is_complex_v<W>) q[k] = W(plain_nan(q[k].real()), plain_nan(q[k].imag()));
+    else q[k] = plain_nan(q[k]);
+  }
   if constexpr (is_complex_v<W>) {
     using R = typename W::value_type;
     const W* p = r.data();
@@ -155,11 +173,13 @@ matrix<W> product(const matrix<W>& a, const matrix<W>& b, int col) {
   const long m = a.rows(), n = b.cols(), inner = a.cols();
   checked_count({m, n}, col);
   matrix<W> out(m, n);
-  for (long j = 0; j < n; ++j)
+  for (long j = 0; j < n; ++j) {
+    check_interrupt();  // a large product stops within a column's work
     for (long k = 0; k < inner; ++k) {
       const W bkj = b.data()[k + j * inner];
       for (long i = 0; i < m; ++i) out.data()[i + j * m] += a.data()[i + k * m] * bkj;
     }
+  }
   return out;
 }
 
@@ -282,20 +302,25 @@ value_ptr builtin_operator(zxOperatorID op, const value_list& v, int col) {
   }
 }
 
-value_ptr make_range(const zo_obj& a, const zo_obj* s, const zo_obj& b, int col) {
+range range_of(const zo_obj& a, const zo_obj* s, const zo_obj& b, int col) {
   auto scalar = [&](const zo_obj& v) {
     if (!is_dense_kind(v) || is_complex_kind(v.type)) throw host_error(tr("范围的端点和步长必须是实数标量"), col);
     const matrix<double> m = convert_matrix<double>(v, col);
     if (m.size() != 1) throw host_error(tr("范围的端点和步长必须是实数标量"), col);
     return m.data()[0];
   };
-  const double first = scalar(a), step = s ? scalar(*s) : 1.0, last = scalar(b);
-  const double q = (last - first) / step;
-  long n = 0;
-  if (std::isnan(q)) n = 0;
-  else if (q >= 0) n = checked_count_d(std::floor(q + 1e-10) + 1, col);
-  matrix<double> out(1, n);
-  for (long k = 0; k < n; ++k) out.data()[k] = first + k * step;
+  range r;
+  r.first = scalar(a);
+  r.step = s ? scalar(*s) : 1.0;
+  const double q = (scalar(b) - r.first) / r.step;
+  if (!std::isnan(q) && q >= 0) r.n = checked_count_d(std::floor(q + 1e-10) + 1, col);
+  return r;
+}
+
+value_ptr make_range(const zo_obj& a, const zo_obj* s, const zo_obj& b, int col) {
+  const range r = range_of(a, s, b, col);
+  matrix<double> out(1, r.n);
+  for (long k = 0; k < r.n; ++k) out.data()[k] = r.at(k);
   return wrap(std::move(out));
 }
 

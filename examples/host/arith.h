@@ -21,7 +21,23 @@ namespace zorvat_host {
 // invalid combination of types.
 value_ptr builtin_operator(zxOperatorID op, const value_list& operands, int col);
 
-// The range a:s:b as a 1xn double row (empty when it runs the wrong way).
+// Whether t is complex double or complex single.
+bool is_complex_kind(int t);
+
+// The kind of an arithmetic result on kinds a and b: an integer type wins
+// (two different ones are refused), then complex and single; char and
+// logical count as double.
+zorvat::zo_type result_kind(int a, int b, int col);
+
+// The range a:s:b: n elements first + k*step (none when it runs the wrong
+// way); a for loop walks it without making it.
+struct range {
+  double first = 0, step = 1;
+  long n = 0;
+  double at(long k) const { return first + k * step; }
+};
+range range_of(const zo_obj& a, const zo_obj* s, const zo_obj& b, int col);
+// The range a:s:b as a 1xn double row.
 value_ptr make_range(const zo_obj& a, const zo_obj* s, const zo_obj& b, int col);
 
 }  // namespace zorvat_host

@@ -2,12 +2,15 @@
 // path, clear, exit; save and load in save_load.cpp), written as words:
 // "plugin load quaternion".
 #include <cstdlib>
+#include <cstring>
 
 #include "display/display_format.h"
 #include "host/console.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
 #include "plugin/plugin_manager.h"
+#include "builtins.h"
+#include "control.h"
 #include "session.h"
 
 namespace zorvat_host {
@@ -30,17 +33,26 @@ const format_word format_words[] = {
 void out(const std::string& text) { zorvat::write_to_cout_flush(text); }
 
 std::string host_help() {
-  return tr(
+  std::string names = "   ";
+  size_t line = names.size();
+  for (const char* b : builtin_names()) {
+    if (line + 1 + std::strlen(b) > 78) names += "\n   ", line = 3;
+    names += std::string(" ") + b;
+    line += 1 + std::strlen(b);
+  }
+  return str_format(tr(
       "zorvat-host：libzorvat_core 的参考宿主程序。\n"
-      "  name = expr      赋值；expr 单独成句时以 ans 显示；句末的 ; 不显示结果；% 之后是注释\n"
+      "  name = expr      赋值；expr 单独成句时以 ans 显示；句末的 ; 不显示结果；%% 之后是注释\n"
       "  数值 1 2.5 1e3 2i Inf NaN，true/false，矩阵 [1 2; 3 4]，'字符数组'，\"字符串\"，单元 {1, 'a'}\n"
-      "  int8(...) … uint64(...)、single、double、logical、char、zeros、ones、reshape、\n"
-      "  complex(re, im)、sparse(i, j, v, m, n)、struct('name', value, ...)、@name，以及插件函数 f(a, b)\n"
+      "  内置函数（help NAME 显示各自的说明）：\n%s\n"
+      "  插件函数 f(a, b)；[a, b] = f(x) 取多个输出；函数句柄 f = @name 可以像函数一样调用 f(x)\n"
       "  运算符 + - .* ./ .\\ .^ < > <= >= ~= == & | 与一元 - + ~、' .' 逐元素计算（标量自动扩展），\n"
-      "  * 是矩阵乘法；范围 a:b、a:s:b；下标 x(i)、x(i,j)、x(:)、x(end)、c{i}、s.name；赋值 x(2,3) = 5\n"
-      "  插件对象参与的运算交给插件处理。\n"
+      "  * 是矩阵乘法；范围 a:b、a:s:b；下标 x(i)、x(i,j)、x(:)、x(end)、c{i}、s.name\n"
+      "  赋值 x(2,3) = 5、c{3}.x = 1、s(2).a = 1；删除 x(:, 2) = []\n"
+      "  if/elseif/else/end、for v = expr ... end（逐列）、while ... end、break、continue，\n"
+      "  可以写在一行（用 , 或 ; 分隔）或多行中。插件对象参与的运算交给插件处理。\n"
       "命令：format short|long|shorte|longe|hex|+|compact|loose，plugin load NAME [参数...]，\n"
-      "  plugin unload NAME，plugin list，help NAME，who，path，clear [NAME...]，exit\n");
+      "  plugin unload NAME，plugin list，help NAME，who，path，clear [NAME...]，exit [N]\n"), names.c_str());
 }
 
 }  // namespace
@@ -58,6 +70,7 @@ std::vector<std::string> session::known_names() const {
   std::vector<std::string> names(command_words, command_words + command_count);
   for (const auto& v : vars_) names.push_back(v.first);
   for (const char* b : builtin_names()) names.push_back(b);
+  for (const char* k : block_keywords()) names.push_back(k);
   if (plugins_.empty()) return names;  // no need to start the plugin manager
   auto& mgr = zorvat::global::plugin_mgr();
   for (const auto& p : plugins_)
@@ -69,6 +82,10 @@ std::vector<std::string> session::known_names() const {
 bool session::run_command(const std::vector<std::string>& w) {
   const std::string& cmd = w[0];
   if (cmd == "exit") {
+    if (w.size() > 2 || (w.size() == 2 && (w[1].size() > 3 || w[1].find_first_not_of("0123456789") != std::string::npos ||
+                                           std::atoi(w[1].c_str()) > 255)))
+      throw host_error(tr("用法：exit [N]，N 是 0 到 255 之间的整数"), 0);
+    if (w.size() == 2) exit_status_ = std::atoi(w[1].c_str());
     exit_ = true;
     return true;
   }
@@ -118,7 +135,9 @@ bool session::run_command(const std::vector<std::string>& w) {
       out(h);
       return true;
     }
-    for (const char* c : command_words)
+    std::vector<const char*> language(command_words, command_words + command_count);
+    for (const char* k : block_keywords()) language.push_back(k);
+    for (const char* c : language)
       if (w[1] == c) {
         out(host_help() + save_load_help(""));
         return true;

@@ -19,6 +19,8 @@
 #include "host/host_services.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
+#include "control.h"
+#include "parser.h"
 #include "session.h"
 #include "value/cell_array.h"
 #include "value/structure.h"
@@ -77,7 +79,8 @@ void feval_entry(std::vector<std::shared_ptr<zo_obj const>>& args, std::vector<v
   const zo_obj& f = *args[0];
   const std::string name =
       f.type == zorvat::type_function_handle ? f.get<zorvat::function_handle>().data() : f.as_string();
-  current_session()->call_function(name, value_list(args.begin() + 1, args.end()), 1, results, 0);
+  const std::vector<value_ptr> out = call_named(*current_session(), name, value_list(args.begin() + 1, args.end()), 1, 0);
+  results.insert(results.end(), out.begin(), out.end());
 }
 
 // "eval_ptr": args[0] holds the code.
@@ -125,7 +128,10 @@ void* f2k(std::string const& q, void* arg) {
     return &answer;
   }
   if (q == "keyword_list") {
-    answer = "format;plugin;help;who;path;clear;exit;save;load;true;false;Inf;NaN";
+    answer.clear();
+    for (size_t k = 0; k < command_count; ++k) answer += std::string(command_words[k]) + ";";
+    for (const char* w : block_keywords()) answer += std::string(w) + ";";
+    answer += "true;false;Inf;NaN";
     return &answer;
   }
   if (q == "feval_ptr") {

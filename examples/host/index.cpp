@@ -16,6 +16,7 @@
 namespace zorvat_host {
 
 using zorvat::matrix;
+using zorvat::structure;
 using zorvat::str_format;
 using zorvat::tr;
 
@@ -130,7 +131,8 @@ std::vector<long> grown_dims(std::vector<long> d, const std::vector<subscript>& 
 
 template <class T>
 void scatter(matrix<T>& m, const std::vector<subscript>& subs, const matrix<T>& rhs, int col) {
-  if (m.offset() != 0 || !m.is_contiguous()) {  // a view: repack it, elements are written by position
+  if (m.offset() != 0 || !m.is_contiguous() || (m.block() && m.block().use_count() != 1)) {
+    // a view or a shared block: repack it, elements are written by position
     matrix<T> packed(m.dim_vec());
     T* p = packed.data();
     for (auto it = m.begin(); m.size() > 0 && it != m.end(); ++it) *p++ = *it;
@@ -164,7 +166,118 @@ int joined_kind(const value_ptr& target, int r) {
   return s ? zorvat::type_single : zorvat::type_double;
 }
 
+// 0, 1, 2, ... in an array of dims d: gathered like the elements, they give
+// the positions that an index selects.
+matrix<long> positions(const std::vector<long>& d) {
+  matrix<long> m(d);
+  for (long k = 0; k < m.size(); ++k) m.data()[k] = k;
+  return m;
+}
+
+template <class T>
+matrix<T> take(const matrix<T>& in, const matrix<long>& pos) {
+  const matrix<T> src = in.contiguous();
+  matrix<T> out(pos.dim_vec());
+  for (long k = 0; k < pos.size(); ++k) out.data()[k] = src.data()[pos.data()[k]];
+  return out;
+}
+
+// The records of s at pos, in a structure of pos's dims.
+structure pick(const structure& s, const matrix<long>& pos) {
+  structure out(pos.dim_vec());
+  for (const auto& name : s.fieldnames()) out.create_field_table(name) = take(s.get_field_table(name), pos);
+  return out;
+}
+
+value_ptr make_struct(structure&& s) { return std::make_shared<zo_obj>(zorvat::type_struct, new structure(std::move(s))); }
+
+// Null elements (places made by growth) become fresh empty values.
+void fill_empty(matrix<structure::element>& m) {
+  for (long k = 0; k < m.size(); ++k)
+    if (!m.data()[k]) m.data()[k] = std::make_shared<zo_obj>(zorvat::type_double, nullptr);
+}
+
+// The positions that remain when subs are deleted from an array of dims d.
+// All subscripts but one must select a whole extent; one subscript deletes
+// along the linear order, keeping a column a column and making anything else
+// a row.
+matrix<long> kept_positions(const std::vector<long>& d, const std::vector<subscript>& subs, int col) {
+  const size_t n = subs.size();
+  const std::vector<long> ext = extents(d, n);
+  check_range(subs, ext, col);
+  size_t which = 0, partial = 0;
+  std::vector<std::vector<bool>> hit(n);
+  for (size_t k = 0; k < n; ++k) {
+    hit[k].assign(ext[k], subs[k].colon);
+    for (long p : subs[k].pos) hit[k][p] = true;
+    if (std::find(hit[k].begin(), hit[k].end(), false) != hit[k].end()) which = k, ++partial;
+  }
+  if (partial > 1) throw host_error(tr("删除元素时，除一个下标外其余下标都必须选中整个维"), col);
+  if (n == 1 && subs[0].colon) return matrix<long>(0, 0);
+  std::vector<subscript> keep(n, subscript::all());
+  keep[which].colon = false;
+  for (long p = 0; p < ext[which]; ++p)
+    if (!hit[which][p]) keep[which].pos.push_back(p);
+  keep[which].dims = {1, static_cast<long>(keep[which].pos.size())};
+  return gather(positions(d), keep, col);
+}
+
 }  // namespace
+
+value_ptr delete_elements(const zo_obj& v, const std::vector<subscript>& subs, int col) {
+  if (subs.empty()) throw host_error(tr("赋值需要至少一个下标"), col);
+  if (v.type == zorvat::type_struct) {
+    const auto& st = v.get<structure>();
+    return make_struct(pick(st, kept_positions(st.dim_vec(), subs, col)));
+  }
+  if (is_dense_kind(v))
+    return visit_arith(
+        v.type,
+        [&](auto tag) {
+          const auto& m = v.get<matrix<typename decltype(tag)::type>>();
+          return wrap(take(m, kept_positions(m.dim_vec(), subs, col)));
+        },
+        col);
+  if (v.type == zorvat::type_string) {
+    const auto& m = v.get<matrix<std::string>>();
+    return std::make_shared<zo_obj>(zorvat::type_string, new matrix<std::string>(take(m, kept_positions(m.dim_vec(), subs, col))));
+  }
+  if (v.type == zorvat::type_cell) {
+    const auto& m = v.get<zorvat::cell_array>().data();
+    return std::make_shared<zo_obj>(zorvat::type_cell, new zorvat::cell_array(take(m, kept_positions(m.dim_vec(), subs, col))));
+  }
+  throw host_error(str_format(tr("%s 类型的值不能删除元素"), v.brief_type_str().c_str()), col);
+}
+
+value_ptr struct_assign(const value_ptr& target, const std::vector<subscript>& subs, const value_ptr& rhs, int col) {
+  if (rhs->type != zorvat::type_struct) throw host_error(tr("结构体数组的元素只能赋为结构体"), col);
+  if (target && target->type != zorvat::type_struct)
+    throw host_error(str_format(tr("不能把结构体赋给 %s 类型的数组的元素"), target->brief_type_str().c_str()), col);
+  if (subs.empty()) throw host_error(tr("赋值需要至少一个下标"), col);
+  const structure none(0, 0);
+  const structure& t = target ? target->get<structure>() : none;
+  const structure& r = rhs->get<structure>();
+  std::vector<std::string> names = t.fieldnames();
+  for (const auto& name : r.fieldnames())
+    if (!t.isfield(name)) names.push_back(name);
+  structure out(grown_dims(t.dim_vec(), subs, col));
+  const std::vector<long> ext = extents(out.dim_vec(), subs.size());
+  check_range(subs, ext, col);
+  long selected = 1;
+  for (size_t k = 0; k < subs.size(); ++k) selected *= count_of(subs[k], ext[k]);
+  if (r.numel() != 1 && r.numel() != selected)
+    throw host_error(str_format(tr("赋值两边的元素个数不一致：左边 %ld 个，右边 %ld 个"), selected, r.numel()), col);
+  for (const auto& name : names) {
+    matrix<structure::element> table =
+        t.isfield(name) ? t.get_field_table(name).contiguous() : matrix<structure::element>(t.dim_vec());
+    const matrix<structure::element> src =
+        r.isfield(name) ? r.get_field_table(name).contiguous() : matrix<structure::element>(r.dim_vec());
+    scatter(table, subs, src, col);
+    fill_empty(table);
+    out.create_field_table(name) = std::move(table);
+  }
+  return make_struct(std::move(out));
+}
 
 subscript read_subscript(const zo_obj& v, int col) {
   subscript s;
@@ -209,6 +322,10 @@ value_ptr index_read(const zo_obj& v, const std::vector<subscript>& subs, bool b
     if (!brace) return std::make_shared<zo_obj>(zorvat::type_cell, new zorvat::cell_array(std::move(picked)));
     if (picked.size() != 1) throw host_error(tr("{} 下标必须恰好选出一个元素"), col);
     return picked.data()[0] ? picked.data()[0] : std::make_shared<zo_obj>(zorvat::type_double, nullptr);
+  }
+  if (v.type == zorvat::type_struct) {
+    const auto& st = v.get<structure>();
+    return make_struct(pick(st, gather(positions(st.dim_vec()), subs, col)));
   }
   throw host_error(str_format(tr("%s 类型的值不能取下标"), v.brief_type_str().c_str()), col);
 }

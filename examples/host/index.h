@@ -41,4 +41,11 @@ value_ptr field_read(const zo_obj& v, const std::string& name, int col);
 value_ptr index_assign(const value_ptr& target, const std::vector<subscript>& subs, bool brace,
                        const value_ptr& rhs, int col);
 
+// A new value: v without the elements that subs select (v(subs) = []).
+value_ptr delete_elements(const zo_obj& v, const std::vector<subscript>& subs, int col);
+// A new structure array: target (null: none yet) with target(subs) = rhs,
+// rhs a structure of one record or of as many as subs select.  The result
+// has the fields of both; fields that a record lacks are empty.
+value_ptr struct_assign(const value_ptr& target, const std::vector<subscript>& subs, const value_ptr& rhs, int col);
+
 }  // namespace zorvat_host

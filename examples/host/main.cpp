@@ -52,6 +52,7 @@ int run_stream(zorvat_host::session& s, std::istream& in, const std::string& whe
       if (!s.opts().keep_going) break;
     }
   }
+  if (!s.end_input()) status = 1;  // a block without its end
   return status;
 }
 
@@ -141,5 +142,5 @@ int main(int argc, char** argv) {
   } else if (!have_text && file.empty()) {
     status = isatty(STDIN_FILENO) ? zorvat_host::run_terminal(s) : run_stream(s, std::cin, "stdin");
   }
-  return status;
+  return s.exit_status() >= 0 ? s.exit_status() : status;
 }

@@ -1,25 +1,17 @@
-// session.cpp: the recursive-descent evaluator of zorvat-host's command
-// language and its commands.
-//
-// Precedence, lowest first: |  &  comparisons  + -  * / \ .* ./ .\  unary - + ~
-// :  ^ .^  postfix ' .' and subscripts.  Operators on the built-in numeric
-// kinds are computed by arith.cpp; any other operand (a plugin's object, a
-// cell, ...) sends the operator to the plugin manager's dispatcher.
+// session.cpp: a zorvat-host session: lines in, blocks collected until
+// they close, statements run (control.cpp, parser.cpp), errors reported.
 #include "session.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <sstream>
 
-#include "arith.h"
+#include "control.h"
 #include "display/display.h"
 #include "host/console.h"
-#include "index.h"
-#include "lexer.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
 #include "plugin/plugin_manager.h"
-#include "value/cell_array.h"
 
 namespace zorvat_host {
 
@@ -30,29 +22,9 @@ namespace {
 
 zorvat::internal::plugin_manager& mgr() { return zorvat::global::plugin_mgr(); }
 
-struct op_entry {
-  const char* text;
-  zxOperatorID id;
-};
+}  // namespace
 
-zxOperatorID find_op(const op_entry* table, size_t n, const token& t) {
-  if (t.kind != tok::op) return zxOperatorID(0);
-  for (size_t k = 0; k < n; ++k)
-    if (t.text == table[k].text) return table[k].id;
-  return zxOperatorID(0);
-}
-
-const op_entry or_ops[] = {{"|", zxOpOr}};
-const op_entry and_ops[] = {{"&", zxOpAnd}};
-const op_entry cmp_ops[] = {{"<", zxOpLt}, {">", zxOpGt}, {"<=", zxOpLe},
-                            {">=", zxOpGe}, {"~=", zxOpNe}, {"==", zxOpEq}};
-const op_entry add_ops[] = {{"+", zxOpPlus}, {"-", zxOpMinus}};
-const op_entry mul_ops[] = {{"*", zxOpMul},      {"/", zxOpRDiv},      {"\\", zxOpLDiv},
-                            {".*", zxOpElemMul}, {"./", zxOpElemRDiv}, {".\\", zxOpElemLDiv}};
-const op_entry unary_ops[] = {{"-", zxOpUMinus}, {"+", zxOpUPlus}, {"~", zxOpNot}};
-const op_entry pow_ops[] = {{"^", zxOpPow}, {".^", zxOpElemPow}};
-const op_entry postfix_ops[] = {{"'", zxOpCTranspose}, {".'", zxOpTranspose}};
-#define OPS(t) t, sizeof(t) / sizeof(t[0])
+volatile std::sig_atomic_t interrupt_requested = 0;
 
 void check_interrupt() {
   if (interrupt_requested) {
@@ -60,400 +32,6 @@ void check_interrupt() {
     throw host_error(tr("已中断"), 0);
   }
 }
-
-value_ptr apply(zxOperatorID op, const value_list& operands, int col) {
-  check_interrupt();
-  if (value_ptr r = builtin_operator(op, operands, col)) return r;
-  value_list args = operands;
-  int status = 0;
-  try {
-    return mgr().apply_operator(op, args, status);
-  } catch (const std::runtime_error& e) {
-    throw host_error(e.what(), col);
-  }
-}
-
-}  // namespace
-
-volatile std::sig_atomic_t interrupt_requested = 0;
-
-// The parser evaluates as it reads: each parse_* returns the value.
-class parser {
- public:
-  parser(session& s, std::vector<token> t) : s_(s), t_(std::move(t)) {}
-
-  // statement { (',' | ';') statement }; calls sink(name, value, shown).
-  template <class Sink>
-  void statements(Sink&& sink) {
-    while (peek().kind != tok::end) {
-      if (is_op(",") || is_op(";")) {
-        next();
-        continue;
-      }
-      check_interrupt();
-      std::string name = "ans";
-      bool store = true;
-      value_ptr v;
-      const size_t close = peek().kind == tok::ident && (peek(1).kind == tok::op && (peek(1).text == "(" || peek(1).text == "{"))
-                               ? matching(pos_ + 1)
-                               : std::string::npos;
-      if (close != std::string::npos && t_[close + 1].kind == tok::op && t_[close + 1].text == "=") {
-        // name(i, j) = expr  or  name{i} = expr
-        name = next().text;
-        const bool brace = peek().text == "{";
-        const int col = peek().col;
-        auto var = s_.vars_.find(name);
-        const value_ptr target = var == s_.vars_.end() ? nullptr : var->second;
-        const std::vector<subscript> subs = index_args(target.get(), brace ? "}" : ")");
-        next();  // '='
-        v = index_assign(target, subs, brace, expr(), col);
-      } else {
-        if (peek().kind == tok::ident && peek(1).kind == tok::op && peek(1).text == "=") {
-          name = next().text;
-          next();
-        } else if (peek().kind == tok::ident && s_.vars_.count(peek().text) &&
-                   (peek(1).kind == tok::end || peek(1).text == "," || peek(1).text == ";")) {
-          name = peek().text;  // a bare variable is shown under its own name
-          store = false;
-        }
-        v = std::make_shared<zo_obj>(*expr());
-      }
-      bool shown = true;
-      if (is_op(";")) shown = false;
-      else if (!is_op(",") && peek().kind != tok::end)
-        throw host_error(str_format(tr("意外的 %s"), describe(peek()).c_str()), peek().col);
-      if (store) s_.vars_[name] = v;
-      sink(name, v, shown);
-      if (peek().kind != tok::end) next();
-    }
-  }
-
- private:
-  const token& peek(size_t k = 0) const { return t_[std::min(pos_ + k, t_.size() - 1)]; }
-  const token& next() { return t_[std::min(pos_++, t_.size() - 1)]; }
-  bool is_op(const char* s) const { return peek().kind == tok::op && peek().text == s; }
-  bool in_list() const { return !lists_.empty() && lists_.back(); }
-  bool is_op_at(size_t k, const char* s) const { return peek(k).kind == tok::op && peek(k).text == s; }
-
-  // The position of the bracket that closes the one at position `open`, or
-  // npos when the line ends first.
-  size_t matching(size_t open) const {
-    long depth = 0;
-    for (size_t j = open; j < t_.size() && t_[j].kind != tok::end; ++j) {
-      if (t_[j].kind != tok::op) continue;
-      const std::string& o = t_[j].text;
-      if (o == "(" || o == "[" || o == "{") ++depth;
-      if ((o == ")" || o == "]" || o == "}") && --depth == 0) return j;
-    }
-    return std::string::npos;
-  }
-
-  // Counts the nesting of one expression level; too deep a line is refused
-  // before it can exhaust the stack.
-  struct depth_guard {
-    explicit depth_guard(parser& p) : p_(p) {
-      if (++p_.depth_ > max_nesting)
-        throw host_error(str_format(tr("表达式嵌套过深（最多 %d 层）"), max_nesting), p_.peek().col);
-    }
-    ~depth_guard() { --p_.depth_; }
-    parser& p_;
-  };
-
-  static std::string describe(const token& t) {
-    if (t.kind == tok::end) return tr("行尾");
-    if (t.kind == tok::chars || t.kind == tok::text) return tr("字符串");
-    return "'" + t.text + "'";
-  }
-  void expect(const char* s) {
-    if (!is_op(s))
-      throw host_error(str_format(tr("缺少 '%s'，却遇到 %s"), s, describe(peek()).c_str()), peek().col);
-    next();
-  }
-
-  // One level of left-associative binary operators.
-  template <class Sub>
-  value_ptr binary(const op_entry* ops, size_t n, Sub sub) {
-    value_ptr a = (this->*sub)();
-    while (zxOperatorID op = find_op(ops, n, peek())) {
-      // In a matrix, "[a -b]" is two elements: a sign after a blank that is
-      // glued to its operand starts the next element.
-      if (in_list() && peek().space_before && !peek(1).space_before && (op == zxOpPlus || op == zxOpMinus)) break;
-      const int col = next().col;
-      value_ptr b = (this->*sub)();
-      a = apply(op, {a, b}, col);
-    }
-    return a;
-  }
-
-  value_ptr expr() {
-    depth_guard guard(*this);
-    return binary(OPS(or_ops), &parser::and_expr);
-  }
-  value_ptr and_expr() { return binary(OPS(and_ops), &parser::cmp_expr); }
-  value_ptr cmp_expr() { return binary(OPS(cmp_ops), &parser::range_expr); }
-  // a:b and a:s:b
-  value_ptr range_expr() {
-    value_ptr a = add_expr();
-    if (!is_op(":")) return a;
-    const int col = next().col;
-    value_ptr b = add_expr();
-    if (!is_op(":")) return make_range(*a, nullptr, *b, col);
-    next();
-    value_ptr c = add_expr();
-    return make_range(*a, b.get(), *c, col);
-  }
-  value_ptr add_expr() { return binary(OPS(add_ops), &parser::mul_expr); }
-  value_ptr mul_expr() { return binary(OPS(mul_ops), &parser::unary_expr); }
-
-  // A sign glued to a number or Inf is part of the literal ("-1", "+Inf"),
-  // unless a power follows ("-2^2" is the negated power).
-  value_ptr signed_literal() {
-    const token& sign = peek();
-    const token& lit = peek(1);
-    if (sign.kind != tok::op || (sign.text != "-" && sign.text != "+")) return nullptr;
-    const bool inf = lit.kind == tok::ident && lit.text == "Inf";
-    if ((lit.kind != tok::number && !inf) || lit.space_before) return nullptr;
-    if (find_op(OPS(pow_ops), peek(2)) || find_op(OPS(postfix_ops), peek(2))) return nullptr;
-    if (inf && s_.vars_.count("Inf")) return nullptr;
-    next();
-    next();
-    const double x = (inf ? HUGE_VAL : lit.number) * (sign.text == "-" ? -1 : 1);
-    if (lit.imaginary) return std::make_shared<zo_obj>(std::complex<double>(0, x));
-    return std::make_shared<zo_obj>(x);
-  }
-
-  value_ptr unary_expr() {
-    if (value_ptr v = signed_literal()) return v;
-    if (zxOperatorID op = find_op(OPS(unary_ops), peek())) {
-      depth_guard guard(*this);
-      const int col = next().col;
-      return apply(op, {unary_expr()}, col);
-    }
-    return power_expr();
-  }
-  // "2^-1" is allowed: a power's exponent may carry signs.
-  value_ptr power_operand() {
-    if (value_ptr v = signed_literal()) return v;
-    if (zxOperatorID op = find_op(OPS(unary_ops), peek())) {
-      depth_guard guard(*this);
-      const int col = next().col;
-      return apply(op, {power_operand()}, col);
-    }
-    return postfix_expr();
-  }
-  value_ptr power_expr() {
-    value_ptr a = postfix_expr();
-    while (zxOperatorID op = find_op(OPS(pow_ops), peek())) {
-      const int col = next().col;
-      a = apply(op, {a, power_operand()}, col);
-    }
-    return a;
-  }
-  value_ptr postfix_expr() {
-    value_ptr a = primary();
-    while (zxOperatorID op = find_op(OPS(postfix_ops), peek())) a = apply(op, {a}, next().col);
-    return a;
-  }
-
-  value_list arguments() {
-    value_list args;
-    next();  // '('
-    lists_.push_back(false);
-    if (!is_op(")")) {
-      while (true) {
-        args.push_back(expr());
-        if (!is_op(",")) break;
-        next();
-      }
-    }
-    expect(")");
-    lists_.pop_back();
-    return args;
-  }
-
-  // The subscripts of "(...)" or "{...}" into target (null: not defined
-  // yet); `end` in subscript k stands for that subscript's extent.
-  std::vector<subscript> index_args(const zo_obj* target, const char* close) {
-    const size_t end_pos = matching(pos_);
-    size_t n = 0;
-    if (end_pos != std::string::npos && end_pos > pos_ + 1) {
-      n = 1;
-      long depth = 0;
-      for (size_t j = pos_ + 1; j < end_pos; ++j) {
-        const std::string& o = t_[j].kind == tok::op ? t_[j].text : std::string();
-        if (o == "(" || o == "[" || o == "{") ++depth;
-        if (o == ")" || o == "]" || o == "}") --depth;
-        if (o == "," && depth == 0) ++n;
-      }
-    }
-    next();  // '(' or '{'
-    lists_.push_back(false);
-    std::vector<subscript> subs;
-    for (size_t k = 0; k < n; ++k) {
-      if (k > 0) expect(",");
-      if (is_op(":") && (is_op_at(1, ",") || is_op_at(1, close))) {
-        next();
-        subs.push_back(subscript::all());
-        continue;
-      }
-      const int col = peek().col;
-      ends_.push_back(end_extent(target, k, n));
-      value_ptr v = expr();
-      ends_.pop_back();
-      subs.push_back(read_subscript(*v, col));
-    }
-    expect(close);
-    lists_.pop_back();
-    return subs;
-  }
-
-  // A variable followed by subscripts and fields: x(i, j), c{i}, s.name.
-  value_ptr subscripted(value_ptr v) {
-    while (true) {
-      const bool glued = !(in_list() && peek().space_before);
-      if ((is_op("(") || is_op("{")) && glued) {
-        const bool brace = is_op("{");
-        const int col = peek().col;
-        const std::vector<subscript> subs = index_args(v.get(), brace ? "}" : ")");
-        v = index_read(*v, subs, brace, col);
-      } else if (is_op(".") && glued && peek(1).kind == tok::ident) {
-        const int col = next().col;
-        v = field_read(*v, next().text, col);
-      } else {
-        return v;
-      }
-    }
-  }
-
-  value_ptr primary() {
-    const token t = peek();
-    switch (t.kind) {
-      case tok::number:
-        next();
-        if (t.imaginary) return std::make_shared<zo_obj>(std::complex<double>(0, t.number));
-        return std::make_shared<zo_obj>(t.number);
-      case tok::chars:
-        next();
-        return std::make_shared<zo_obj>(t.text.c_str(), zorvat::type_char);
-      case tok::text:
-        next();
-        return std::make_shared<zo_obj>(t.text);
-      case tok::ident:
-        return name_or_call();
-      case tok::end:
-        throw host_error(tr("表达式不完整"), t.col);
-      case tok::op:
-        break;
-    }
-    if (t.text == "(") {
-      next();
-      lists_.push_back(false);
-      value_ptr v = expr();
-      expect(")");
-      lists_.pop_back();
-      return v;
-    }
-    if (t.text == "[" || t.text == "{") return list_literal(t.text == "{");
-    if (t.text == "@") {
-      next();
-      if (peek().kind != tok::ident) throw host_error(tr("@ 后面必须是函数名"), peek().col);
-      return std::make_shared<zo_obj>(zorvat::function_handle(zorvat::fh_named, next().text));
-    }
-    throw host_error(str_format(tr("意外的 %s"), describe(t).c_str()), t.col);
-  }
-
-  value_ptr name_or_call() {
-    const token t = next();
-    if (t.text == "end" && !ends_.empty()) return std::make_shared<zo_obj>(static_cast<double>(ends_.back()));
-    const bool call = is_op("(") && !(in_list() && peek().space_before);
-    auto var = s_.vars_.find(t.text);
-    if (var != s_.vars_.end()) return subscripted(var->second);
-    if (!call) {
-      if (t.text == "true" || t.text == "false") return std::make_shared<zo_obj>(t.text == "true");
-      if (t.text == "Inf") return std::make_shared<zo_obj>(HUGE_VAL);
-      if (t.text == "NaN") return std::make_shared<zo_obj>(std::nan(""));
-    }
-    value_list args;
-    if (call) args = arguments();
-    if (is_builtin(t.text)) return call_builtin(t.text, args, t.col);
-    std::vector<value_ptr> results;
-    s_.call_function(t.text, args, 1, results, t.col);
-    if (results.empty()) throw host_error(str_format(tr("函数 %s 没有返回值"), t.text.c_str()), t.col);
-    return results[0];
-  }
-
-  // "[...]" or "{...}": rows separated by ';', elements by ',' or blanks.
-  value_ptr list_literal(bool cell) {
-    const int open_col = next().col;
-    const char* close = cell ? "}" : "]";
-    std::vector<std::vector<value_ptr>> rows(1);
-    std::vector<int> row_cols{open_col};
-    lists_.push_back(true);
-    while (!is_op(close)) {
-      const token& t = peek();
-      if (t.kind == tok::end)
-        throw host_error(str_format(tr("缺少与 '%c' 配对的 '%s'"), cell ? '{' : '[', close), open_col);
-      if (is_op(";")) {
-        next();
-        rows.emplace_back();
-        row_cols.push_back(peek().col);
-      } else if (is_op(",")) {
-        next();
-      } else {
-        rows.back().push_back(expr());
-        if (!is_op(",") && !is_op(";") && !is_op(close) && !peek().space_before && peek().kind != tok::end)
-          throw host_error(str_format(tr("意外的 %s"), describe(peek()).c_str()), peek().col);
-      }
-    }
-    next();
-    lists_.pop_back();
-    // Blank rows ("[1 2;]") are dropped.
-    for (size_t r = rows.size(); r-- > 0;) {
-      if (rows[r].empty()) {
-        rows.erase(rows.begin() + r);
-        row_cols.erase(row_cols.begin() + r);
-      }
-    }
-    return cell ? make_cell(rows, row_cols) : make_matrix(rows, row_cols);
-  }
-
-  static value_ptr make_cell(const std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols) {
-    const long m = rows.size(), n = m ? rows[0].size() : 0;
-    auto* c = new zorvat::cell_array(m, n);
-    auto v = std::make_shared<zo_obj>(zorvat::type_cell, c);
-    for (long i = 0; i < m; ++i) {
-      if (static_cast<long>(rows[i].size()) != n)
-        throw host_error(tr("单元数组各行的元素个数不一致"), row_cols[i]);
-      for (long j = 0; j < n; ++j) (*c)(i, j) = std::make_shared<zo_obj>(*rows[i][j]);
-    }
-    return v;
-  }
-
-  static value_ptr make_matrix(const std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols) {
-    bool all_dense = true;
-    size_t count = 0;
-    for (const auto& row : rows)
-      for (const auto& e : row) {
-        all_dense = all_dense && is_dense_kind(*e);
-        ++count;
-      }
-    if (all_dense) return std::make_shared<zo_obj>(concat_rows(rows, row_cols));
-    if (count == 1) return rows[0][0];
-    // Values of plugin types are joined by the plugin's "[,]" and "[;]".
-    value_list joined;
-    for (size_t r = 0; r < rows.size(); ++r)
-      joined.push_back(rows[r].size() == 1 ? rows[r][0]
-                                           : apply(zxOpHorzCat, value_list(rows[r].begin(), rows[r].end()), row_cols[r]));
-    return joined.size() == 1 ? std::const_pointer_cast<zo_obj>(joined[0]) : apply(zxOpVertCat, joined, row_cols[0]);
-  }
-
-  session& s_;
-  std::vector<token> t_;
-  size_t pos_ = 0;
-  std::vector<bool> lists_;  // innermost bracket: true inside [ ] and { }
-  std::vector<long> ends_;   // what `end` stands for, innermost subscript last
-  int depth_ = 0;
-};
 
 session::session(options opts) : opts_(std::move(opts)) {}
 
@@ -486,8 +64,23 @@ void session::call_function(const std::string& name, const value_list& args, int
 }
 
 void session::eval_code(const std::string& code, std::vector<value_ptr>& results) {
-  parser p(*this, tokenize(code));
-  p.statements([&](const std::string&, const value_ptr& v, bool) { results.push_back(v); });
+  std::vector<source_line> lines;
+  int open = 0;
+  for (size_t start = 0; start <= code.size();) {
+    size_t end = code.find('\n', start);
+    if (end == std::string::npos) end = code.size();
+    source_line line{"eval", static_cast<int>(lines.size()) + 1, code.substr(start, end - start), {}};
+    line.toks = tokenize(line.text);
+    open += block_balance(line.toks);
+    lines.push_back(std::move(line));
+    start = end + 1;
+  }
+  if (open > 0) throw host_error(tr("if、for 或 while 块缺少 end"), 0);
+  try {
+    run_lines(*this, lines, [&](const std::string&, const value_ptr& v, bool) { results.push_back(v); });
+  } catch (const located_error& e) {
+    throw host_error(e.what(), e.col);
+  }
 }
 
 // One line on standard error; the dispatcher's texts already start with
@@ -498,28 +91,67 @@ static void report(const std::string& loc, const std::string& msg) {
   zorvat::write_to_cerr_flush(loc + (marked ? "" : tr("错误：")) + msg + "\n");
 }
 
+static std::string place(const std::string& where, int line_no, int col) {
+  return col > 0 ? str_format("%s:%d:%d: ", where.c_str(), line_no, col) : str_format("%s:%d: ", where.c_str(), line_no);
+}
+
+// A line whose words cannot all be tokens ("help 名字") still runs as a
+// command when it starts with a command word.
+bool session::run_whole_command(const std::string& line) {
+  std::istringstream words_in(line.substr(0, line.find('%')));
+  std::vector<std::string> words;
+  for (std::string w; words_in >> w;) words.push_back(w);
+  for (size_t k = 0; k < command_count; ++k)
+    if (!words.empty() && words[0] == command_words[k] && (words.size() == 1 || words[1][0] != '=')) {
+      run_command(words);
+      return true;
+    }
+  return false;
+}
+
 bool session::run_line(const std::string& line, const std::string& where, int line_no) {
   try {
-    std::istringstream words_in(line.substr(0, line.find('%')));
-    std::vector<std::string> words;
-    for (std::string w; words_in >> w;) words.push_back(w);
-    bool command = false;
-    for (size_t k = 0; k < command_count; ++k)
-      command = command || (!words.empty() && words[0] == command_words[k] && (words.size() == 1 || words[1][0] != '='));
-    if (command) return run_command(words);
-    parser p(*this, tokenize(line));
-    p.statements([&](const std::string& name, const value_ptr& v, bool shown) {
+    source_line src{where, line_no, line, {}};
+    try {
+      src.toks = tokenize(line);
+    } catch (const host_error&) {
+      if (pending_.empty() && run_whole_command(line)) return true;
+      throw;
+    }
+    open_blocks_ += block_balance(src.toks);
+    pending_.push_back(std::move(src));
+    if (open_blocks_ > 0) return true;  // a block goes on over the next lines
+    std::vector<source_line> lines;
+    lines.swap(pending_);
+    open_blocks_ = 0;
+    run_lines(*this, lines, [&](const std::string& name, const value_ptr& v, bool shown) {
       if (shown) show(name, *v);
     });
     return true;
+  } catch (const located_error& e) {
+    cancel_block();
+    report(place(e.where, e.line_no, e.col), e.what());
   } catch (const host_error& e) {
-    std::string loc = e.col() > 0 ? str_format("%s:%d:%d: ", where.c_str(), line_no, e.col())
-                                  : str_format("%s:%d: ", where.c_str(), line_no);
-    report(loc, e.what());
+    cancel_block();
+    report(place(where, line_no, e.col()), e.what());
   } catch (const std::exception& e) {
-    report(str_format("%s:%d: ", where.c_str(), line_no), e.what());
+    cancel_block();
+    report(place(where, line_no, 0), e.what());
   }
   return false;
+}
+
+bool session::end_input() {
+  if (pending_.empty()) return true;
+  const source_line first = pending_.front();
+  cancel_block();
+  report(place(first.where, first.line_no, 0), tr("if、for 或 while 块缺少 end"));
+  return false;
+}
+
+void session::cancel_block() {
+  pending_.clear();
+  open_blocks_ = 0;
 }
 
 }  // namespace zorvat_host

@@ -3,10 +3,11 @@
 //
 // A session owns the workspace (named values), the search-path list and the
 // set of plugins that it loaded.  run_line() evaluates one line: commands
-// (format, plugin, help, who, path, clear, exit, save, load) or statements `name = expr`,
-// `name(i, j) = expr`, `name{i} = expr` and bare `expr`, separated by ',' or
-// ';' (';' suppresses the display).  Errors are reported as one line on
-// standard error; a statement that fails leaves the workspace as it was.
+// (format, plugin, help, who, path, clear, exit, save, load) and statements
+// separated by ',' or ';' (';' suppresses the display).  A line that opens an
+// if, for or while block is kept until the line that closes it, and the whole
+// block runs then.  Errors are reported as one line on standard error; a
+// statement that fails leaves the workspace as it was.
 //
 //   session s(opts);
 //   s.run_line("x = int8([1 2; 3 4])", "-e", 1);
@@ -19,9 +20,18 @@
 #include <string>
 #include <vector>
 
+#include "lexer.h"
 #include "values.h"
 
 namespace zorvat_host {
+
+// One line of input with its tokens and where it came from.
+struct source_line {
+  std::string where;
+  int line_no = 0;
+  std::string text;
+  std::vector<token> toks;
+};
 
 struct options {
   std::string plugin_root;  // --plugin-root, else $ZORVAT_PLUGIN_PATH
@@ -45,6 +55,16 @@ class session {
                      std::vector<value_ptr>& results, int col);
 
   bool exit_requested() const { return exit_; }
+  // The status that `exit N` gave, or -1.
+  int exit_status() const { return exit_status_; }
+  // Whether lines of an unfinished block are waiting for their end.
+  bool block_open() const { return !pending_.empty(); }
+  // Drops the lines of an unfinished block (Ctrl-C at the prompt).
+  void cancel_block();
+  // The end of the input: false (reported) when a block is still open.
+  bool end_input();
+  // Runs a command given as words ("format long").  Throws host_error.
+  bool run_command(const std::vector<std::string>& words);
   // Whether a name is a variable, a command, a built-in or a loaded plugin's
   // function; and every such name (for completion).
   bool is_known_name(const std::string& name) const;
@@ -57,7 +77,7 @@ class session {
 
  private:
   friend class parser;
-  bool run_command(const std::vector<std::string>& words);
+  bool run_whole_command(const std::string& line);
   void show(const std::string& name, const zo_obj& v) const;
 
   options opts_;
@@ -65,11 +85,15 @@ class session {
   std::vector<std::string> path_;
   std::set<std::string> plugins_;
   bool exit_ = false;
+  int exit_status_ = -1;
+  std::vector<source_line> pending_;  // the lines of an open block
+  int open_blocks_ = 0;
 };
 
 // Set by the interactive host's SIGINT handler (and nothing else there): the
-// evaluator stops with an error at the next statement or operator, between
-// calls into the library, so no library state is left half-changed.
+// evaluator stops with an error (check_interrupt) at the next statement,
+// operator, loop step or column of a matrix product, between calls into the
+// library, so no library state is left half-changed.
 extern volatile std::sig_atomic_t interrupt_requested;
 
 // The deepest nesting of brackets and unary operators that a line may have;

@@ -106,9 +106,10 @@ int run_terminal(session& s) {
   int line_no = 0;
   while (!s.exit_requested()) {
     interrupt_requested = 0;
-    char* text = readline(">> ");
+    char* text = readline(s.block_open() ? ".. " : ">> ");  // ".." while a block is open
     if (!text) {
       zorvat::write_to_cout_flush("\n");
+      s.cancel_block();
       if (interrupt_requested) continue;  // Ctrl-C: a fresh prompt
       break;
     }

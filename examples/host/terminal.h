@@ -3,8 +3,9 @@
 // Line editing, a history kept in the user's data directory
 // ($XDG_DATA_HOME/zorvat/history, else ~/.local/share/zorvat/history) and
 // tab completion of variable, command and function names, through libedit.
-// Ctrl-C cancels the line being typed, or stops the evaluation at its next
-// statement or operator; the session and its workspace stay.
+// While a block is open the prompt is ".. ".  Ctrl-C cancels the line being
+// typed (and an open block), or stops the evaluation at its next statement,
+// operator or loop step; the session and its workspace stay.
 #pragma once
 
 #include "session.h"

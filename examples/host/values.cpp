@@ -1,5 +1,4 @@
-// values.cpp: element conversion, matrix literals and the built-in
-// constructors of zorvat-host.
+// values.cpp: element conversion and matrix literals of zorvat-host.
 #include "values.h"
 
 #include <cmath>
@@ -8,9 +7,6 @@
 #include "matrix/matrix.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
-#include "sparse/sparse_matrix.h"
-#include "value/cell_array.h"
-#include "value/structure.h"
 #include "typed.h"
 
 namespace zorvat_host {
@@ -29,6 +25,11 @@ long& element_limit() {
   return limit;
 }
 
+long& iteration_limit() {
+  static long limit = std::numeric_limits<long>::max();
+  return limit;
+}
+
 static host_error impossible_size(int col) {
   return host_error(str_format(tr("所需的数组大小无法实现（超过 %ld 个元素）"), element_limit()), col);
 }
@@ -44,90 +45,6 @@ long checked_count_d(double n, int col) {
   if (!(n >= 0) || n > static_cast<double>(element_limit())) throw impossible_size(col);
   return static_cast<long>(n);
 }
-
-namespace {
-
-double scalar_arg(const zo_obj& v, const char* what, int col) {
-  num_array a = read_array(v, col);
-  if (a.count() != 1) throw host_error(str_format(tr("%s 必须是标量"), what), col);
-  return a.v[0].real();
-}
-
-long index_arg(double x, const char* what, int col) {
-  if (!(x >= 0) || x != std::floor(x) || x > 1e15)
-    throw host_error(str_format(tr("%s 必须是非负整数"), what), col);
-  return static_cast<long>(x);
-}
-
-// Dims from the arguments of zeros/ones/reshape: scalars, or one row vector.
-std::vector<long> dims_args(const value_list& args, size_t first, int col) {
-  std::vector<long> dims;
-  if (args.size() == first + 1) {
-    num_array a = read_array(*args[first], col);
-    for (const cplx& z : a.v) dims.push_back(index_arg(z.real(), tr("维数"), col));
-    if (dims.size() == 1) dims.push_back(dims[0]);
-  } else {
-    for (size_t k = first; k < args.size(); ++k)
-      dims.push_back(index_arg(scalar_arg(*args[k], tr("维数"), col), tr("维数"), col));
-  }
-  if (dims.empty()) dims = {1, 1};
-  if (dims.size() == 1) dims.push_back(1);
-  return dims;
-}
-
-std::string text_arg(const zo_obj& v, const char* what, int col) {
-  if (v.type == zorvat::type_string || v.is_char_vector()) return v.as_string();
-  throw host_error(str_format(tr("%s 必须是字符串"), what), col);
-}
-
-template <class T>
-value_ptr make_sparse(const num_array& i, const num_array& j, const num_array& v, long m, long n,
-                      zorvat::zo_type kind, int col) {
-  std::vector<zorvat::triplet<T>> t;
-  const long count = i.count();
-  for (long k = 0; k < count; ++k) {
-    const long r = index_arg(i.v[k].real() - 1, tr("行下标"), col);
-    const long c = index_arg(j.v[k].real() - 1, tr("列下标"), col);
-    if ((m >= 0 && r >= m) || (n >= 0 && c >= n)) throw host_error(tr("稀疏矩阵的下标超出给定的大小"), col);
-    checked_count({r + 1, 1}, col);
-    checked_count({c + 1, 1}, col);
-    t.push_back({from_cplx<T>(v.v[v.count() == 1 ? 0 : k], col), c, r});
-  }
-  return std::make_shared<zo_obj>(kind, new zorvat::sparse_matrix<T>(t, m < 0 ? 0 : m, n < 0 ? 0 : n));
-}
-
-value_ptr sparse_builtin(const value_list& args, int col) {
-  if (args.size() != 3 && args.size() != 5)
-    throw host_error(tr("sparse 需要 3 个或 5 个输入参数：sparse(i, j, v[, m, n])"), col);
-  num_array i = read_array(*args[0], col), j = read_array(*args[1], col), v = read_array(*args[2], col);
-  if (i.count() != j.count() || (v.count() != 1 && v.count() != i.count()))
-    throw host_error(tr("sparse 的下标向量和值向量长度必须相同"), col);
-  long m = -1, n = -1;
-  if (args.size() == 5) {
-    m = index_arg(scalar_arg(*args[3], "m", col), "m", col);
-    n = index_arg(scalar_arg(*args[4], "n", col), "n", col);
-    checked_count({m, 1}, col);
-    checked_count({n, 1}, col);
-  }
-  if (v.type == zorvat::type_logical)
-    return make_sparse<bool>(i, j, v, m, n, zorvat::type_sparse_logical, col);
-  if (v.type == zorvat::type_complex_double || v.type == zorvat::type_complex_single)
-    return make_sparse<cplx>(i, j, v, m, n, zorvat::type_sparse_complex_double, col);
-  return make_sparse<double>(i, j, v, m, n, zorvat::type_sparse_double, col);
-}
-
-struct cast_entry {
-  const char* name;
-  zorvat::zo_type type;
-};
-const cast_entry casts[] = {
-    {"int8", zorvat::type_int8},     {"int16", zorvat::type_int16},   {"int32", zorvat::type_int32},
-    {"int64", zorvat::type_int64},   {"uint8", zorvat::type_uint8},   {"uint16", zorvat::type_uint16},
-    {"uint32", zorvat::type_uint32}, {"uint64", zorvat::type_uint64}, {"single", zorvat::type_single},
-    {"double", zorvat::type_double}, {"logical", zorvat::type_logical}, {"char", zorvat::type_char},
-};
-
-}  // namespace
 
 bool is_dense_kind(const zo_obj& v) { return zorvat::internal::is_scalar_dense_kind(v.type); }
 
@@ -212,73 +129,6 @@ zo_obj concat_rows(const std::vector<std::vector<value_ptr>>& rows, const std::v
   else if (any_complex) kind = any_single ? zorvat::type_complex_single : zorvat::type_complex_double;
   else if (any_single) kind = zorvat::type_single;
   return make_array(kind, out, row_cols.empty() ? 0 : row_cols[0]);
-}
-
-const char* const builtin_functions[] = {"zeros", "ones", "reshape", "complex", "sparse", "struct"};
-
-bool is_builtin(const std::string& name) { return builtin_help(name) != nullptr; }
-
-std::vector<const char*> builtin_names() {
-  std::vector<const char*> names;
-  for (const auto& c : casts) names.push_back(c.name);
-  for (const char* b : builtin_functions) names.push_back(b);
-  return names;
-}
-
-const char* builtin_help(const std::string& name) {
-  for (const auto& c : casts)
-    if (name == c.name) return tr("类型转换：整数类型四舍五入并饱和，logical 取“非零”");
-  if (name == "zeros") return tr("zeros(m, n, ...)：元素全为 0 的双精度数组");
-  if (name == "ones") return tr("ones(m, n, ...)：元素全为 1 的双精度数组");
-  if (name == "reshape") return tr("reshape(x, m, n, ...)：同样的元素，新的维数");
-  if (name == "complex") return tr("complex(re, im)：由实部和虚部组成的复数数组");
-  if (name == "sparse") return tr("sparse(i, j, v, m, n)：由下标和值组成的稀疏矩阵");
-  if (name == "struct") return tr("struct('name', value, ...)：结构体");
-  return nullptr;
-}
-
-value_ptr call_builtin(const std::string& name, const value_list& args, int col) {
-  for (const auto& c : casts) {
-    if (name != c.name) continue;
-    if (args.size() != 1) throw host_error(str_format(tr("%s 需要 1 个输入参数"), c.name), col);
-    return std::make_shared<zo_obj>(make_array(c.type, read_array(*args[0], col), col));
-  }
-  if (name == "zeros" || name == "ones") {
-    num_array a;
-    a.dims = dims_args(args, 0, col);
-    a.v.assign(checked_count(a.dims, col), cplx(name == "ones" ? 1 : 0, 0));
-    return std::make_shared<zo_obj>(make_array(zorvat::type_double, a, col));
-  }
-  if (name == "reshape") {
-    if (args.size() < 2) throw host_error(tr("reshape 需要至少 2 个输入参数"), col);
-    num_array a = read_array(*args[0], col);
-    std::vector<long> dims = dims_args(args, 1, col);
-    if (args.size() == 2 && read_array(*args[1], col).count() == 1)
-      throw host_error(tr("reshape 的大小参数至少要有两个元素"), col);
-    const long n = a.count();
-    a.dims = dims;
-    if (a.count() != n)
-      throw host_error(str_format(tr("reshape 不能改变元素个数（%ld 个元素）"), n), col);
-    return std::make_shared<zo_obj>(make_array(a.type, a, col));
-  }
-  if (name == "complex") {
-    // complex(re, im): the literal form of "re + im*i", which needs no arithmetic.
-    if (args.size() != 2) throw host_error(tr("complex 需要 2 个输入参数"), col);
-    num_array re = read_array(*args[0], col), im = read_array(*args[1], col);
-    if (im.count() != re.count()) throw host_error(tr("complex 的实部和虚部大小必须相同"), col);
-    for (long k = 0; k < re.count(); ++k) re.v[k] = cplx(re.v[k].real(), im.v[k].real());
-    return std::make_shared<zo_obj>(make_array(zorvat::type_complex_double, re, col));
-  }
-  if (name == "sparse") return sparse_builtin(args, col);
-  if (name == "struct") {
-    if (args.size() % 2 != 0) throw host_error(tr("struct 的参数必须是成对的字段名和值"), col);
-    auto* s = new zorvat::structure();
-    auto v = std::make_shared<zo_obj>(zorvat::type_struct, s);
-    for (size_t k = 0; k < args.size(); k += 2)
-      s->set_field(text_arg(*args[k], tr("字段名"), col), std::make_shared<zo_obj>(*args[k + 1]), false);
-    return v;
-  }
-  return nullptr;
 }
 
 }  // namespace zorvat_host

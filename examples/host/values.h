@@ -46,6 +46,13 @@ struct num_array {
 // The largest number of elements that a value made by the host may have;
 // a larger one is an impossible size.  The fuzz target lowers it.
 long& element_limit();
+// The largest number of loop iterations that one run of a line (or block)
+// may make; more is an error.  Unlimited unless the fuzz target lowers it.
+long& iteration_limit();
+// Throws host_error("interrupted") when Ctrl-C was pressed since the last
+// check (and clears the request).  Long loops and kernels call it.
+void check_interrupt();
+
 // The element count of dims, or of a count given as a double; throws
 // host_error(col) when it overflows or passes element_limit().
 long checked_count(const std::vector<long>& dims, int col);
@@ -63,14 +70,5 @@ zo_obj make_array(zorvat::zo_type t, const num_array& a, int col);
 // The concatenation of a matrix literal: rows of elements.  Empty 0x0
 // elements are skipped; row heights and column counts must agree.
 zo_obj concat_rows(const std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols);
-
-// The built-in constructors, by name; null when `name` is not one of them.
-// args are the evaluated arguments; col is the column of the call.
-value_ptr call_builtin(const std::string& name, const value_list& args, int col);
-bool is_builtin(const std::string& name);
-// The names of the built-in functions, and the one-line help of one (null
-// when `name` is none of them).
-std::vector<const char*> builtin_names();
-const char* builtin_help(const std::string& name);
 
 }  // namespace zorvat_host

@@ -1,8 +1,10 @@
 #!/bin/sh
-# cli.sh HOST VERSION: zorvat-host's options and its limits on one line.
-# --help and --version answer and exit 0 (the version is the project's and
-# the loaded library's); 5,000 and 100,000 nested brackets or minus signs
-# give the nesting error with status 1, never a crash.
+# cli.sh HOST VERSION: zorvat-host's options, its exit status and its limits
+# on one line.  --help and --version answer and exit 0 (the version is the
+# project's and the loaded library's); `exit N` ends with status N, also
+# from inside a loop, and stops there; 5,000 and 100,000 nested brackets,
+# minus signs or if blocks give the nesting error with status 1, never a
+# crash.
 host=$1 version=$2
 fail=0
 check() { if ! eval "$1"; then echo "FAILED: $2"; fail=1; fi; }
@@ -14,6 +16,13 @@ out=$("$host" --version) && st=0 || st=$?
 check '[ $st -eq 0 ] && [ "$out" = "zorvat-host $version (libzorvat_core $version)" ]' "--version: $out"
 out=$("$host" --bogus 2>&1) && st=0 || st=$?
 check '[ $st -eq 2 ]' "an unknown option gives status 2"
+
+out=$(printf 'for k = 1:5\n  if k == 3, exit 7, end\n  disp(k)\nend\ndisp(99)\n' | "$host" 2>&1) && st=0 || st=$?
+check '[ $st -eq 7 ] && [ "$(printf "%s" "$out" | tr -d " \n")" = "12" ]' "exit 7 in a loop: status $st, output $out"
+out=$("$host" -e 'exit 256' 2>&1) && st=0 || st=$?
+check '[ $st -eq 1 ] && printf "%s" "$out" | grep -q "exit \[N\]"' "exit 256 is refused: status $st"
+"$host" -e 'x = 1' -e exit >/dev/null && st=0 || st=$?
+check '[ $st -eq 0 ]' "a plain exit ends with status 0"
 
 # nested N OPEN CLOSE
 nested() {
@@ -29,6 +38,9 @@ for n in 5000 100000; do
     err=$(nested "$n" "$1" "${2:-}" | "$host" 2>&1 >/dev/null) && st=0 || st=$?
     check '[ $st -eq 1 ] && printf "%s" "$err" | grep -q "嵌套过深"' "$n levels of '$1': status $st, $err"
   done
+  err=$( (yes 'if 1,' | head -n "$n" | tr -d '\n'; printf 'x = 1'; yes ', end' | head -n "$n" | tr -d '\n'; echo) |
+        "$host" 2>&1 >/dev/null) && st=0 || st=$?
+  check '[ $st -eq 1 ] && printf "%s" "$err" | grep -q "嵌套过深"' "$n nested if blocks: status $st, $err"
 done
-[ $fail -eq 0 ] && echo "cli: options and nesting limit as expected"
+[ $fail -eq 0 ] && echo "cli: options, exit status and nesting limit as expected"
 exit $fail

@@ -6,6 +6,9 @@
  *                            fields n, mean, min, max (1 x columns each)
  *   s = colstats_of(f, x)    calls the function named f with x through the
  *                            environment, then colstats of its result
+ *   [lo, hi] = colrange(x)   the fields min and max of colstats(x), as two
+ *                            outputs (hi only when asked for)
+ *   colprint(x)              prints the column count and the means; no output
  */
 #include <math.h>
 #include <stdlib.h>
@@ -93,9 +96,40 @@ static void colstats_of(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** 
   zxDestroyArray(result);
 }
 
+static void colrange(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
+  if (nrhs != 1) {
+    zxError("colrange: expected one argument, got %d", nrhs);
+    return;
+  }
+  __zxArray* s = statistics(prhs[0]);
+  if (!s) return;
+  plhs[0] = zxDuplicateArray(zxGetField(s, 0, "min"));
+  if (nlhs > 1) plhs[1] = zxDuplicateArray(zxGetField(s, 0, "max"));
+  zxDestroyArray(s);
+}
+
+static void colprint(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
+  (void)nlhs;
+  (void)plhs;
+  if (nrhs != 1) {
+    zxError("colprint: expected one argument, got %d", nrhs);
+    return;
+  }
+  __zxArray* s = statistics(prhs[0]);
+  if (!s) return;
+  const __zxArray* mean = zxGetField(s, 0, "mean");
+  const double* m = (const double*)zxGetData(mean);
+  zxPrintf("%ld columns, means:", zxGetN(mean));
+  for (long j = 0; j < zxGetN(mean); ++j) zxPrintf(" %g", m[j]);
+  zxPrintf("\n");
+  zxDestroyArray(s);
+}
+
 static const zxFunctionEntry functions[] = {
     {"colstats", colstats, "s = colstats(x)  column statistics (n, mean, min, max) of a real array"},
     {"colstats_of", colstats_of, "s = colstats_of(f, x)  colstats of f(x), f called by name"},
+    {"colrange", colrange, "[lo, hi] = colrange(x)  the smallest and largest element of each column"},
+    {"colprint", colprint, "colprint(x)  prints the number of columns and their means"},
     {NULL, NULL, NULL},
 };
 

@@ -2,7 +2,9 @@
 # An interactive session on a pseudo-terminal (through script(1)): the host
 # shows its prompt and lays out columns for the terminal's real width; Ctrl-C
 # cancels the line being typed and keeps the session, Tab completes a
-# variable's name, and the lines are kept in the history file.
+# variable's name, and the lines are kept in the history file.  An open block
+# shows the continuation prompt ".. " until its end; Ctrl-C stops an endless
+# loop and a long matrix product within a second, keeping the workspace.
 #   interactive.sh ZORVAT_HOST
 host="$1"
 run() {  # run COLUMNS-of-the-terminal
@@ -21,6 +23,24 @@ keys() {
 }
 edited=$(keys | env -u COLUMNS XDG_DATA_HOME="$data" LC_ALL=zh_CN.UTF-8 \
          script -qec "stty cols 80 rows 24; '$host'" /dev/null | tr -d '\r')
+# Blocks over several lines, and Ctrl-C during evaluation: each computation
+# is given 3 seconds (it would take far longer), and Ctrl-C comes after 0.5.
+blocks() {
+  printf 'kept = 7;\n'; sleep 0.3
+  printf 'for i = 1:2\n'; sleep 0.3
+  printf 'if i == 2, disp(10 * i), end\n'; sleep 0.3
+  printf 'end\n'; sleep 0.3
+  printf 'while true, end\n'; sleep 0.5
+  printf '\003'; sleep 0.5
+  printf 'a = ones(2000); b = a * a;\n'; sleep 0.5
+  printf '\003'; sleep 0.5
+  printf 'kept + 1\n'; sleep 0.3
+  printf 'exit\n'
+}
+start=$(date +%s)
+looped=$(blocks | env -u COLUMNS XDG_DATA_HOME="$data" LC_ALL=zh_CN.UTF-8 \
+         script -qec "stty cols 80 rows 24; '$host'" /dev/null | tr -d '\r')
+took=$(( $(date +%s) - start ))
 narrow=$(run 40) || exit 1
 wide=$(run 200) || exit 1
 fail=0
@@ -32,5 +52,10 @@ check '! printf "%s" "$wide" | grep -q " -- "' "a 200-column terminal shows one 
 check 'printf "%s" "$edited" | grep -q "^   6$"' "Ctrl-C keeps the session and Tab completes longname"
 check '! printf "%s" "$edited" | grep -q "错误"' "Ctrl-C drops the line being typed (no error for abc)"
 check 'grep -q "^longname.*1$" "$data/zorvat/history"' "the history file holds the lines"
-[ $fail -eq 0 ] && echo "interactive: prompt, layout, Ctrl-C, completion and history as expected"
+check 'printf "%s" "$looped" | grep -q "^\.\. if i == 2"' "an open block shows the continuation prompt"
+check 'printf "%s" "$looped" | grep -q "^ *20$"' "the block runs at its end"
+check '[ $(printf "%s" "$looped" | grep -c "已中断") -eq 2 ]' "Ctrl-C stops the loop and the product"
+check 'printf "%s" "$looped" | grep -q "^   8$"' "the workspace is kept after Ctrl-C"
+check '[ $took -lt 8 ]' "Ctrl-C stops within a second ($took s in all)"
+[ $fail -eq 0 ] && echo "interactive: prompt, layout, Ctrl-C, completion, history and blocks as expected"
 exit $fail
