@@ -9,6 +9,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <set>
 #include <sstream>
 
 #include "arith.h"
@@ -18,6 +19,7 @@
 #include "lexer.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
+#include "memory/zo_malloc.h"
 #include "plugin/plugin_manager.h"
 #include "value/cell_array.h"
 
@@ -328,6 +330,10 @@ class parser {
   value_ptr primary() {
     const token t = peek();
     switch (t.kind) {
+      case tok::numbers:
+        next();
+        runs_.insert(t.run.get());
+        return t.run;
       case tok::number:
         next();
         if (t.imaginary) return std::make_shared<zo_obj>(std::complex<double>(0, t.number));
@@ -389,6 +395,7 @@ class parser {
     std::vector<std::vector<value_ptr>> rows(1);
     std::vector<int> row_cols{open_col};
     lists_.push_back(true);
+    bool element_due = true;  // at the start of a row or after a ','
     while (!is_op(close)) {
       const token& t = peek();
       if (t.kind == tok::end)
@@ -397,9 +404,14 @@ class parser {
         next();
         rows.emplace_back();
         row_cols.push_back(peek().col);
+        element_due = true;
       } else if (is_op(",")) {
+        // "[1, , 2]" and "[, 1]" lack an element.
+        if (element_due) throw host_error(str_format(tr("意外的 %s"), describe(peek()).c_str()), peek().col);
         next();
+        element_due = true;
       } else {
+        element_due = false;
         rows.back().push_back(expr());
         if (!is_op(",") && !is_op(";") && !is_op(close) && !peek().space_before && peek().kind != tok::end)
           throw host_error(str_format(tr("意外的 %s"), describe(peek()).c_str()), peek().col);
@@ -429,7 +441,9 @@ class parser {
     return v;
   }
 
-  static value_ptr make_matrix(const std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols) {
+  bool is_run(const zo_obj* v) const { return runs_.count(v) != 0; }
+
+  value_ptr make_matrix(std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols) {
     bool all_dense = true;
     size_t count = 0;
     for (const auto& row : rows)
@@ -437,8 +451,20 @@ class parser {
         all_dense = all_dense && is_dense_kind(*e);
         ++count;
       }
+    // A literal that is one run of numbers is that run's row.
+    if (count == 1 && is_run(rows[0][0].get())) return rows[0][0];
     if (all_dense) return std::make_shared<zo_obj>(concat_rows(rows, row_cols));
     if (count == 1) return rows[0][0];
+    // Next to a plugin's values, a run counts as the numbers that it holds.
+    for (auto& row : rows)
+      for (size_t e = row.size(); e-- > 0;)
+        if (is_run(row[e].get())) {
+          const auto& m = row[e]->get<zorvat::matrix<double>>();
+          std::vector<value_ptr> numbers;
+          for (long k = 0; k < m.size(); ++k) numbers.push_back(std::make_shared<zo_obj>(m.data()[k]));
+          row.erase(row.begin() + e);
+          row.insert(row.begin() + e, numbers.begin(), numbers.end());
+        }
     // Values of plugin types are joined by the plugin's "[,]" and "[;]".
     value_list joined;
     for (size_t r = 0; r < rows.size(); ++r)
@@ -452,6 +478,7 @@ class parser {
   size_t pos_ = 0;
   std::vector<bool> lists_;  // innermost bracket: true inside [ ] and { }
   std::vector<long> ends_;   // what `end` stands for, innermost subscript last
+  std::set<const zo_obj*> runs_;  // the rows of tok::numbers read so far
   int depth_ = 0;
 };
 
@@ -486,6 +513,7 @@ void session::call_function(const std::string& name, const value_list& args, int
 }
 
 void session::eval_code(const std::string& code, std::vector<value_ptr>& results) {
+  check_utf8(code);
   parser p(*this, tokenize(code));
   p.statements([&](const std::string&, const value_ptr& v, bool) { results.push_back(v); });
 }
@@ -498,20 +526,48 @@ static void report(const std::string& loc, const std::string& msg) {
   zorvat::write_to_cerr_flush(loc + (marked ? "" : tr("错误：")) + msg + "\n");
 }
 
+// The words of `line` when it is a command ("plugin load x;"), else none.
+// Only the first two words are looked at before the line is known to be
+// one: a long expression is not split.  A ';' or ',' ending the last word
+// is dropped.
+static std::vector<std::string> command_line_words(const std::string& line) {
+  const size_t text_end = std::min(line.find('%'), line.size());
+  std::vector<std::string> words;
+  for (size_t i = 0; i < text_end;) {
+    const size_t start = line.find_first_not_of(" \t\r", i);
+    if (start >= text_end) break;
+    const size_t stop = std::min(line.find_first_of(" \t\r", start), text_end);
+    words.push_back(line.substr(start, stop - start));
+    i = stop;
+    if (words.size() == 1) {
+      std::string w = words[0];
+      if (!w.empty() && (w.back() == ';' || w.back() == ',')) w.pop_back();
+      bool command = false;
+      for (size_t k = 0; k < command_count; ++k) command = command || w == command_words[k];
+      if (!command) return {};
+    }
+    if (words.size() == 2 && words[1][0] == '=') return {};
+  }
+  if (!words.empty() && (words.back().back() == ';' || words.back().back() == ',')) words.back().pop_back();
+  if (!words.empty() && words.back().empty()) words.pop_back();
+  return words;
+}
+
 bool session::run_line(const std::string& line, const std::string& where, int line_no) {
   try {
-    std::istringstream words_in(line.substr(0, line.find('%')));
-    std::vector<std::string> words;
-    for (std::string w; words_in >> w;) words.push_back(w);
-    bool command = false;
-    for (size_t k = 0; k < command_count; ++k)
-      command = command || (!words.empty() && words[0] == command_words[k] && (words.size() == 1 || words[1][0] != '='));
-    if (command) return run_command(words);
+    check_utf8(line);
+    const std::vector<std::string> words = command_line_words(line);
+    if (!words.empty()) return run_command(words);
     parser p(*this, tokenize(line));
     p.statements([&](const std::string& name, const value_ptr& v, bool shown) {
       if (shown) show(name, *v);
     });
     return true;
+  } catch (const std::bad_alloc& e) {
+    // The library's out-of-memory error names the size; others get its text
+    // for an unknown size.
+    const bool sized = dynamic_cast<const zorvat::internal::insufficient_memory*>(&e) != nullptr;
+    report(str_format("%s:%d: ", where.c_str(), line_no), sized ? e.what() : tr("内存不足"));
   } catch (const host_error& e) {
     std::string loc = e.col() > 0 ? str_format("%s:%d:%d: ", where.c_str(), line_no, e.col())
                                   : str_format("%s:%d: ", where.c_str(), line_no);
