@@ -150,11 +150,14 @@ int main(int argc, char** argv) {
                      {zo_obj::make_matrix<double>(1, 3, {1, 2, 3.5})}, out);
   internal::obj2console_safe<1>(*out.at(0), window_width(), 1 << 16);
   out.clear();
+  mgr.apply_function(mgr.get_function_by_name("scaler::pair"), 1, {std::make_shared<zo_obj>(2.0)}, out);
+  internal::obj2console_safe<1>(*out.at(0), window_width(), 1 << 16);
+  out.clear();
   try {  // the plugin records an error with zxError; the call raises it
     mgr.apply_function(mgr.get_function_by_name("scaler::times"), 1,
                        {std::make_shared<zo_obj>("text", type_char)}, out);
   } catch (const std::runtime_error& e) {
-    std::printf("error: %s\n", e.what());
+    std::printf("error: scaler::times: %s\n", e.what());  // the caller names the function
   }
   mgr.remove("scaler");
   //! [c_plugin]

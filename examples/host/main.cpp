@@ -18,12 +18,14 @@
 // (<build>/examples -> <build>/share/zorvat).  Messages follow the user's
 // language, falling back to English (language.h).  Numbers are always
 // formatted as in the C locale.
+#include <langinfo.h>
 #include <locale.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -86,7 +88,10 @@ int main(int argc, char** argv) {
   // Only messages and the character set follow the environment: LC_NUMERIC
   // stays "C", so numbers keep their '.' whatever the user's locale.
   setlocale(LC_MESSAGES, "");
-  setlocale(LC_CTYPE, "");
+  // The host reads and writes UTF-8: when the user's locale is missing or
+  // has another character set, the line editor still decodes UTF-8.
+  if (!setlocale(LC_CTYPE, "") || std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0)
+    if (!setlocale(LC_CTYPE, "C.UTF-8")) setlocale(LC_CTYPE, "en_US.UTF-8");
   zorvat_host::choose_message_language();
   zorvat_host::options opts;
   std::string file, texts, bad_option;

@@ -503,6 +503,14 @@ void session::call_function(const std::string& name, const value_list& args, int
     } catch (const zorvat::overload_check_failure&) {
     }
     auto fn = mgr().get_function_by_name(name);
+    // "plug::f": the function f of the loaded plugin plug, also when a
+    // built-in function takes the name f.
+    const size_t sep = name.find("::");
+    if (!fn && sep != std::string::npos && plugins_.count(name.substr(0, sep))) {
+      const std::string f = name.substr(sep + 2);
+      for (const auto& own : mgr().get_export_function_list(name.substr(0, sep)))
+        if (own == f) fn = mgr().get_function_by_name(f);
+    }
     if (!fn) throw host_error(str_format(tr("未定义的函数或变量 %s"), name.c_str()), col);
     zorvat::internal::plugin_manager::apply_function(fn, nargout, args, results);
   } catch (const host_error&) {
