@@ -103,8 +103,8 @@ size_t scan_run(const std::string& line, size_t i, long& count) {
 
 // The 1xN row of a run of `count` numbers in line[i, end).
 value_ptr read_run(const std::string& line, size_t i, size_t end, long count, int col) {
-  zorvat::matrix<double> m(std::vector<long>{1, count});
   checked_count({1, count}, col);
+  zorvat::matrix<double> m(std::vector<long>{1, count});
   double* out = m.data();
   const char* p = line.c_str() + i;
   [[maybe_unused]] const char* const stop = line.c_str() + end;
