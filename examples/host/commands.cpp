@@ -1,5 +1,6 @@
 // commands.cpp: the commands of zorvat-host (format, plugin, help, who,
 // path, clear, exit), written as words: "plugin load quaternion".
+#include <algorithm>
 #include <cstdlib>
 
 #include "display/display_format.h"
@@ -46,6 +47,33 @@ std::string host_help() {
 
 const char* const command_words[] = {"format", "plugin", "help", "who", "path", "clear", "exit"};
 const size_t command_count = sizeof command_words / sizeof command_words[0];
+
+// The words of `line` when it is a command ("plugin load x;"), else none.
+// Only the first two words are looked at before the line is known to be
+// one: a long expression is not split.  A ';' or ',' ending the last word
+// is dropped.
+std::vector<std::string> command_line_words(const std::string& line) {
+  const size_t text_end = std::min(line.find('%'), line.size());
+  std::vector<std::string> words;
+  for (size_t i = 0; i < text_end;) {
+    const size_t start = line.find_first_not_of(" \t\r", i);
+    if (start >= text_end) break;
+    const size_t stop = std::min(line.find_first_of(" \t\r", start), text_end);
+    words.push_back(line.substr(start, stop - start));
+    i = stop;
+    if (words.size() == 1) {
+      std::string w = words[0];
+      if (!w.empty() && (w.back() == ';' || w.back() == ',')) w.pop_back();
+      bool command = false;
+      for (size_t k = 0; k < command_count; ++k) command = command || w == command_words[k];
+      if (!command) return {};
+    }
+    if (words.size() == 2 && words[1][0] == '=') return {};
+  }
+  if (!words.empty() && (words.back().back() == ';' || words.back().back() == ',')) words.back().pop_back();
+  if (!words.empty() && words.back().empty()) words.pop_back();
+  return words;
+}
 
 bool session::is_known_name(const std::string& name) const {
   for (const auto& n : known_names())

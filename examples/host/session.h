@@ -79,6 +79,8 @@ constexpr int max_nesting = 200;
 // The command words, in the order of `help`.
 extern const char* const command_words[];
 extern const size_t command_count;
+// The words of `line` when it is a command ("plugin load x;"), else none.
+std::vector<std::string> command_line_words(const std::string& line);
 
 // The one session of the process, for the host's query callbacks.
 session*& current_session();
