@@ -80,59 +80,7 @@
 #include <Eigen/SparseCore>
 #endif
 
-// Heap accounting: every block of the process passes through these wrappers,
-// which keep the bytes in use and their peak since the last reset.
-namespace heap_count {
-size_t in_use = 0;
-size_t peak = 0;
-void add(void* p) {
-  if (!p) return;
-  in_use += malloc_usable_size(p);
-  peak = std::max(peak, in_use);
-}
-void sub(void* p) {
-  if (p) in_use -= malloc_usable_size(p);
-}
-}  // namespace heap_count
-
-extern "C" {
-void* __libc_malloc(size_t);
-void* __libc_calloc(size_t, size_t);
-void* __libc_realloc(void*, size_t);
-void* __libc_memalign(size_t, size_t);
-void __libc_free(void*);
-
-void* malloc(size_t n) {
-  void* p = __libc_malloc(n);
-  heap_count::add(p);
-  return p;
-}
-void* calloc(size_t n, size_t k) {
-  void* p = __libc_calloc(n, k);
-  heap_count::add(p);
-  return p;
-}
-void* realloc(void* old, size_t n) {
-  heap_count::sub(old);
-  void* p = __libc_realloc(old, n);
-  heap_count::add(p ? p : (n ? old : nullptr));
-  return p;
-}
-void free(void* p) {
-  heap_count::sub(p);
-  __libc_free(p);
-}
-void* memalign(size_t a, size_t n) {
-  void* p = __libc_memalign(a, n);
-  heap_count::add(p);
-  return p;
-}
-void* aligned_alloc(size_t a, size_t n) { return memalign(a, n); }
-int posix_memalign(void** out, size_t a, size_t n) {
-  *out = memalign(a, n);
-  return *out ? 0 : 12;
-}
-}
+#include "heap_count.h"
 
 namespace {
 

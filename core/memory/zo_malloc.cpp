@@ -77,15 +77,14 @@ void zo_free_impl(void* p) {
   std::free(r - static_cast<long>(r[-1]));
 }
 
-void* zo_malloc(unsigned long size, unsigned long align) {
-  if (align == 0) align = 1;
-  if (align > 255) align = 255;
-  return zo_malloc_impl(size, align);
-}
-
-void zo_free(void* p) { zo_free_impl(p); }
-
 namespace internal {
+
+// The C++ names under which earlier releases exported the pair: binaries
+// built against those headers keep finding them.
+void* zo_malloc_cxx_name(unsigned long size, unsigned long align) __asm__("_ZN6zorvat9zo_mallocEmm");
+void zo_free_cxx_name(void* p) __asm__("_ZN6zorvat7zo_freeEPv");
+void* zo_malloc_cxx_name(unsigned long size, unsigned long align) { return ::zo_malloc(size, align); }
+void zo_free_cxx_name(void* p) { ::zo_free(p); }
 
 insufficient_memory::insufficient_memory(unsigned long bytes) {
   double v = static_cast<double>(bytes) * 0.0009765625;
@@ -110,8 +109,12 @@ ZORVAT_FOR_EACH_ALLOC_TYPE(ZORVAT_INSTANTIATE_ALLOCATOR)
 
 }  // namespace zorvat
 
-// C entry points for plugins with a C interface.
+// Also the C entry points of plugins.
 extern "C" {
-void* zo_malloc(unsigned long size, unsigned long align) { return zorvat::zo_malloc(size, align); }
-void zo_free(void* p) { zorvat::zo_free(p); }
+void* zo_malloc(unsigned long size, unsigned long align) {
+  if (align == 0) align = 1;
+  if (align > 255) align = 255;
+  return zorvat::zo_malloc_impl(size, align);
+}
+void zo_free(void* p) { zorvat::zo_free_impl(p); }
 }

@@ -26,13 +26,22 @@
 
 #include "memory/type_lists.h"
 
-namespace zorvat {
-
+// The pair has C linkage, and zorvat::zo_malloc/zo_free name the same two
+// functions: a C++ plugin may include plugin/zx_plugin.h (which declares
+// them for C) and write `using namespace zorvat;` without an ambiguity.
+extern "C" {
 // Returns a block of `size` bytes aligned to `align`, or null when the heap
-// refuses or `size` plus the alignment does not fit 64 bits; never throws.  An `align` of 0 counts as 1, one above 255 as 255.
+// refuses or `size` plus the alignment does not fit 64 bits; never throws.
+// An `align` of 0 counts as 1, one above 255 as 255.
 void* zo_malloc(unsigned long size, unsigned long align);
 // Releases a block of zo_malloc; null is ignored.
 void zo_free(void* p);
+}
+
+namespace zorvat {
+
+using ::zo_free;
+using ::zo_malloc;
 
 // The raw pair behind zo_malloc/zo_free.  zo_malloc_impl takes `align` as it
 // is (1..255).  The distance byte is written unsigned and read back signed by

@@ -2,9 +2,10 @@
  *
  * A plugin is a shared library at <root>/plugins/<name>/main.so that exports
  * the entry points below with C linkage.  Only zxPluginFunctions is
- * required.  Include this header from the plugin's sources (C or C++); it is
- * not part of "zorvat.h" because its C-linkage zo_malloc/zo_free share their
- * names with the C++ functions zorvat::zo_malloc/zorvat::zo_free.
+ * required.  Include this header from the plugin's sources (C or C++).  Its
+ * zo_malloc/zo_free are the very functions that C++ code also reaches as
+ * zorvat::zo_malloc/zorvat::zo_free, so a C++ plugin may use both headers and
+ * `using namespace zorvat;` without an ambiguity.
  *
  *   static void hello(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs);
  *   static const zxFunctionEntry table[] = {

@@ -86,6 +86,19 @@ static void values_and_display() {
   internal::obj2console_safe<1>(*s, window_width(), 1 << 16);  // through write_to_cout
   std::printf("one line: %s\n", internal::obj2str_one_line(*text).c_str());
   //! [show]
+
+  //! [read]
+  // A field of a structure (of its first record): null when there is none.
+  if (auto field = s->get<structure>().get_field("n")) std::printf("s.n = %g\n", field->as_double());
+  // The elements of a cell, column by column.  A new cell holds empty 0x0
+  // doubles; a null element (left by resizing its data() directly) counts
+  // as one.
+  const cell_array& cells = c->get<cell_array>();
+  for (long k = 0; k < cells.size(); ++k) {
+    const auto& e = cells(k);
+    std::printf("c{%ld} = %s\n", k + 1, e ? internal::obj2str_one_line(*e).c_str() : "[empty 0x0 double]");
+  }
+  //! [read]
 }
 
 int main(int argc, char** argv) {
@@ -150,11 +163,14 @@ int main(int argc, char** argv) {
                      {zo_obj::make_matrix<double>(1, 3, {1, 2, 3.5})}, out);
   internal::obj2console_safe<1>(*out.at(0), window_width(), 1 << 16);
   out.clear();
+  mgr.apply_function(mgr.get_function_by_name("scaler::pair"), 1, {std::make_shared<zo_obj>(2.0)}, out);
+  internal::obj2console_safe<1>(*out.at(0), window_width(), 1 << 16);
+  out.clear();
   try {  // the plugin records an error with zxError; the call raises it
     mgr.apply_function(mgr.get_function_by_name("scaler::times"), 1,
                        {std::make_shared<zo_obj>("text", type_char)}, out);
   } catch (const std::runtime_error& e) {
-    std::printf("error: %s\n", e.what());
+    std::printf("error: scaler::times: %s\n", e.what());  // the caller names the function
   }
   mgr.remove("scaler");
   //! [c_plugin]

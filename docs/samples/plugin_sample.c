@@ -1,6 +1,6 @@
 /* The plugin writers' tutorial, in C: the plugin `scaler`, loaded with one
  * number k, exports scaler::times(x), which returns k times a double array
- * x, and scaler::k(), which returns k. */
+ * x, scaler::k(), which returns k, and scaler::pair(x), the cell {k, k x}. */
 //! [c_includes]
 #include <stdlib.h>
 
@@ -12,20 +12,27 @@ static double factor = 1; /* the load argument k */
 //! [c_state]
 
 //! [c_functions]
-static void times(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
-  (void)nlhs;
+/* k times the double array x; null after recording an error.  A message
+ * does not name the function: whoever reports the error does (the reference
+ * host writes "scaler::times: expected ..."). */
+static __zxArray* scaled(int nrhs, const __zxArray** prhs) {
   if (nrhs != 1 || zxGetKind(prhs[0]) != zxKindDouble) {
-    zxError("scaler::times: expected one double array, got %s",
-            nrhs > 0 ? zxGetClassName(prhs[0]) : "nothing");
-    return; /* the environment raises the recorded message */
+    zxError("expected one double array, got %s", nrhs > 0 ? zxGetClassName(prhs[0]) : "nothing");
+    return NULL;
   }
   __zxArray* r = zxCreateNumericArray(zxGetNumberOfDimensions(prhs[0]),
                                       zxGetDimensions(prhs[0]), zxKindDouble);
-  if (!r) return; /* too large: the error is recorded already */
+  if (!r) return NULL; /* too large: the error is recorded already */
   const double* x = zxGetDoubles(prhs[0]);
   double* y = (double*)zxGetWritableData(r);
   for (long i = 0, n = zxGetNumberOfElements(r); i < n; ++i) y[i] = factor * x[i];
-  plhs[0] = r; /* the core adopts it */
+  return r;
+}
+
+static void times(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
+  (void)nlhs;
+  plhs[0] = scaled(nrhs, prhs); /* the core adopts it; after an error the
+                                   environment raises the recorded message */
 }
 
 static void k(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
@@ -33,9 +40,24 @@ static void k(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
   plhs[0] = zxCreateDoubleScalar(factor);
 }
 
+/* A cell result: {k, k * x}.  The cell adopts each element. */
+static void pair(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
+  (void)nlhs;
+  __zxArray* product = scaled(nrhs, prhs);
+  __zxArray* c = product ? zxCreateCellMatrix(1, 2) : NULL;
+  if (!c) {
+    zxDestroyArray(product); /* null is ignored */
+    return;
+  }
+  zxSetCell(c, 0, zxCreateDoubleScalar(factor));
+  zxSetCell(c, 1, product);
+  plhs[0] = c;
+}
+
 static const zxFunctionEntry functions[] = {
     {"scaler::times", times, "y = scaler::times(x)  k times the double array x"},
     {"scaler::k", k, "k = scaler::k()  the factor given on load"},
+    {"scaler::pair", pair, "c = scaler::pair(x)  the cell {k, k * x}"},
     {NULL, NULL, NULL},
 };
 

@@ -178,6 +178,12 @@ bool session::run_command(const std::vector<std::string>& w) {
     for (const auto& v : values) args.push_back(reinterpret_cast<const __zxArray*>(&v));
     if (mgr.add(w[2], args, root) != 0) throw host_error(mgr.error_msg(), 0);
     plugins_.insert(w[2]);
+    // A built-in function keeps its name; the plugin's is reached as plug::f.
+    for (const auto& f : mgr.get_export_function_list(w[2]))
+      if (is_builtin(f))
+        zorvat::write_to_cerr_flush(str_format(tr("警告：插件 %s 的函数 %s 与内置函数同名；用 %s::%s(...) 调用它"),
+                                               w[2].c_str(), f.c_str(), w[2].c_str(), f.c_str()) +
+                                    "\n");
     return true;
   }
   if (sub == "unload" && w.size() == 3) {

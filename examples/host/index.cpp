@@ -299,8 +299,10 @@ subscript read_subscript(const zo_obj& v, int col) {
     const double x = m.data()[k];
     if (x != std::floor(x) || std::isnan(x))
       throw host_error(str_format(tr("下标必须是整数，却是 %g"), x), col);
+    if (!std::isfinite(x) || x > static_cast<double>(element_limit()))
+      throw host_error(str_format(tr("下标必须是有限的整数，且在 1 到 %ld 之间，却是 %g"), element_limit(), x), col);
     if (x < 1) throw host_error(str_format(tr("下标必须是正整数，却是 %g"), x), col);
-    s.pos.push_back(static_cast<long>(std::min(x, 4e18)) - 1);
+    s.pos.push_back(static_cast<long>(x) - 1);
   }
   return s;
 }

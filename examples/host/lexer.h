@@ -10,9 +10,14 @@
 #include <string>
 #include <vector>
 
+#include "values.h"
+
 namespace zorvat_host {
 
-enum class tok { number, ident, chars, text, op, end };
+// tok::numbers is a run of two or more plain real numbers between blanks or
+// commas inside [ ] ("[1 -2.5, 3e4 ...]"), read at once into a 1xN double
+// row: a long literal costs a few bytes per number, not a token each.
+enum class tok { number, ident, chars, text, op, end, numbers };
 
 struct token {
   tok kind = tok::end;
@@ -21,10 +26,16 @@ struct token {
   bool imaginary = false;
   bool space_before = false;
   int col = 0;          // 1-based
+  value_ptr run;        // tok::numbers: the 1xN row of doubles
 };
 
 // The tokens of `line` up to a '%' comment, ending with tok::end.  Throws
-// host_error for an unknown character or an unterminated string.
+// host_error for an unknown character, an unterminated string or a NUL
+// inside one.
 std::vector<token> tokenize(const std::string& line);
+
+// Throws host_error, showing the offending bytes as \xNN, when `text` is not
+// valid UTF-8.
+void check_utf8(const std::string& text);
 
 }  // namespace zorvat_host

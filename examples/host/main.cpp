@@ -18,11 +18,14 @@
 // (<build>/examples -> <build>/share/zorvat).  Messages follow the user's
 // language, falling back to English (language.h).  Numbers are always
 // formatted as in the C locale.
+#include <langinfo.h>
 #include <locale.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -86,27 +89,27 @@ int main(int argc, char** argv) {
   // Only messages and the character set follow the environment: LC_NUMERIC
   // stays "C", so numbers keep their '.' whatever the user's locale.
   setlocale(LC_MESSAGES, "");
-  setlocale(LC_CTYPE, "");
+  // The host reads and writes UTF-8: when the user's locale is missing or
+  // has another character set, the line editor still decodes UTF-8.
+  if (!setlocale(LC_CTYPE, "") || std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0)
+    if (!setlocale(LC_CTYPE, "C.UTF-8")) setlocale(LC_CTYPE, "en_US.UTF-8");
   zorvat_host::choose_message_language();
   zorvat_host::options opts;
-  std::string file, texts;
-  bool have_text = false;
+  std::string file, texts, bad_option;
+  bool have_text = false, two_files = false, want_help = false, want_version = false;
   for (int k = 1; k < argc; ++k) {
     const std::string a = argv[k];
     const bool has_value = k + 1 < argc;
-    if (a == "--help") return help();
-    if (a == "--version") {
-      std::cout << "zorvat-host " << ZORVAT_VERSION_STRING << " (libzorvat_core " << zorvat::version() << ")\n";
-      return 0;
-    }
-    if (a == "--keep-going") opts.keep_going = true;
+    if (a == "--help") want_help = true;
+    else if (a == "--version") want_version = true;
+    else if (a == "--keep-going") opts.keep_going = true;
     else if (a == "-e" && has_value) texts += std::string(argv[++k]) + "\n", have_text = true;
     else if (a == "--plugin-root" && has_value) opts.plugin_root = argv[++k];
     else if (a == "--data-dir" && has_value) opts.data_dir = argv[++k];
     else if (a == "--cache-dir" && has_value) opts.cache_dir = argv[++k];
-    else if (a.size() > 1 && a[0] == '-') return usage(str_format(tr("无效的选项 %s"), a.c_str()));
+    else if (a.size() > 1 && a[0] == '-') bad_option = bad_option.empty() ? a : bad_option;
     else if (file.empty()) file = a;
-    else return usage(tr("只能给出一个脚本文件"));
+    else two_files = true;
   }
   // Without --plugin-root or ZORVAT_PLUGIN_PATH, the plugins of this
   // installation (<prefix>/lib/zorvat) or of the build tree (<build>/plugin_root).
@@ -123,9 +126,19 @@ int main(int argc, char** argv) {
   if (!opts.plugin_root.empty() && (!env_root || !*env_root))
     setenv("ZORVAT_PLUGIN_PATH", opts.plugin_root.c_str(), 1);
 
+  // The bridge tells the core where the catalogues are: from here on every
+  // message, the usage and --help included, is in the user's language.
   zorvat_host::session s(opts);
   zorvat_host::current_session() = &s;
   zorvat_host::install_host_bridge();
+
+  if (want_help) return help();
+  if (want_version) {
+    std::cout << "zorvat-host " << ZORVAT_VERSION_STRING << " (libzorvat_core " << zorvat::version() << ")\n";
+    return 0;
+  }
+  if (!bad_option.empty()) return usage(str_format(tr("无效的选项 %s"), bad_option.c_str()));
+  if (two_files) return usage(tr("只能给出一个脚本文件"));
 
   int status = 0;
   if (have_text) {
@@ -133,12 +146,22 @@ int main(int argc, char** argv) {
     status = run_stream(s, in, "-e");
   }
   if (!file.empty() && !s.exit_requested() && (status == 0 || opts.keep_going)) {
-    std::ifstream in(file, std::ios::binary);
+    struct stat st {};
+    std::ifstream in;
+    if (stat(file.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+      std::cerr << "zorvat-host: " << str_format(tr("%s 是目录，不是脚本文件"), file.c_str()) << "\n";
+      return 2;
+    }
+    in.open(file, std::ios::binary);
     if (!in) {
       std::cerr << "zorvat-host: " << str_format(tr("无法打开文件 %s"), file.c_str()) << "\n";
       return 2;
     }
     status = std::max(status, run_stream(s, in, file));
+    if (in.bad()) {
+      std::cerr << "zorvat-host: " << str_format(tr("读取文件 %s 时出错"), file.c_str()) << "\n";
+      return 2;
+    }
   } else if (!have_text && file.empty()) {
     status = isatty(STDIN_FILENO) ? zorvat_host::run_terminal(s) : run_stream(s, std::cin, "stdin");
   }

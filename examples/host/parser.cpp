@@ -2,6 +2,7 @@
 #include "parser.h"
 
 #include <cmath>
+#include <set>
 
 #include "arith.h"
 #include "memory/messages.h"
@@ -67,7 +68,10 @@ value_ptr make_cell(const std::vector<std::vector<value_ptr>>& rows, const std::
   return v;
 }
 
-value_ptr make_matrix(const std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols) {
+// `runs` holds the rows of number runs (tok::numbers) read in this literal.
+value_ptr make_matrix(std::vector<std::vector<value_ptr>>& rows, const std::vector<int>& row_cols,
+                      const std::set<const zo_obj*>& runs) {
+  const auto is_run = [&](const zo_obj* v) { return runs.count(v) != 0; };
   bool all_dense = true;
   size_t count = 0;
   for (const auto& row : rows)
@@ -75,8 +79,20 @@ value_ptr make_matrix(const std::vector<std::vector<value_ptr>>& rows, const std
       all_dense = all_dense && is_dense_kind(*e);
       ++count;
     }
+  // A literal that is one run of numbers is that run's row.
+  if (count == 1 && is_run(rows[0][0].get())) return rows[0][0];
   if (all_dense) return std::make_shared<zo_obj>(concat_rows(rows, row_cols));
   if (count == 1) return rows[0][0];
+  // Next to a plugin's values, a run counts as the numbers that it holds.
+  for (auto& row : rows)
+    for (size_t e = row.size(); e-- > 0;)
+      if (is_run(row[e].get())) {
+        const auto& m = row[e]->get<zorvat::matrix<double>>();
+        std::vector<value_ptr> numbers;
+        for (long k = 0; k < m.size(); ++k) numbers.push_back(std::make_shared<zo_obj>(m.data()[k]));
+        row.erase(row.begin() + e);
+        row.insert(row.begin() + e, numbers.begin(), numbers.end());
+      }
   // Values of plugin types are joined by the plugin's "[,]" and "[;]".
   value_list joined;
   for (size_t r = 0; r < rows.size(); ++r)
@@ -276,6 +292,10 @@ value_ptr parser::subscripted(value_ptr v) {
 value_ptr parser::primary() {
   const token t = peek();
   switch (t.kind) {
+    case tok::numbers:
+      next();
+      runs_.insert(t.run.get());
+      return t.run;
     case tok::number:
       next();
       if (t.imaginary) return std::make_shared<zo_obj>(std::complex<double>(0, t.number));
@@ -338,6 +358,7 @@ value_ptr parser::list_literal(bool cell) {
   std::vector<std::vector<value_ptr>> rows(1);
   std::vector<int> row_cols{open_col};
   lists_.push_back(true);
+  bool element_due = true;  // at the start of a row or after a ','
   while (!is_op(close)) {
     const token& t = peek();
     if (t.kind == tok::end)
@@ -346,9 +367,14 @@ value_ptr parser::list_literal(bool cell) {
       next();
       rows.emplace_back();
       row_cols.push_back(peek().col);
+      element_due = true;
     } else if (is_op(",")) {
+      // "[1, , 2]" and "[, 1]" lack an element.
+      if (element_due) throw host_error(str_format(tr("意外的 %s"), describe(peek()).c_str()), peek().col);
       next();
+      element_due = true;
     } else {
+      element_due = false;
       rows.back().push_back(expr());
       if (!is_op(",") && !is_op(";") && !is_op(close) && !peek().space_before && peek().kind != tok::end)
         throw host_error(str_format(tr("意外的 %s"), describe(peek()).c_str()), peek().col);
@@ -363,7 +389,7 @@ value_ptr parser::list_literal(bool cell) {
       row_cols.erase(row_cols.begin() + r);
     }
   }
-  return cell ? make_cell(rows, row_cols) : make_matrix(rows, row_cols);
+  return cell ? make_cell(rows, row_cols) : make_matrix(rows, row_cols, runs_);
 }
 
 }  // namespace zorvat_host

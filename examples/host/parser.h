@@ -15,6 +15,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -98,6 +99,7 @@ class parser {
   size_t pos_ = 0;
   std::vector<bool> lists_;  // innermost bracket: true inside [ ] and { }
   std::vector<long> ends_;   // what `end` stands for, innermost subscript last
+  std::set<const zo_obj*> runs_;  // the rows of tok::numbers read so far
   int depth_ = 0;
 };
 

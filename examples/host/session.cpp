@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <set>
 #include <sstream>
 
 #include "control.h"
@@ -11,6 +12,7 @@
 #include "host/console.h"
 #include "memory/messages.h"
 #include "memory/str_util.h"
+#include "memory/zo_malloc.h"
 #include "plugin/plugin_manager.h"
 
 namespace zorvat_host {
@@ -54,6 +56,14 @@ void session::call_function(const std::string& name, const value_list& args, int
     } catch (const zorvat::overload_check_failure&) {
     }
     auto fn = mgr().get_function_by_name(name);
+    // "plug::f": the function f of the loaded plugin plug, also when a
+    // built-in function takes the name f.
+    const size_t sep = name.find("::");
+    if (!fn && sep != std::string::npos && plugins_.count(name.substr(0, sep))) {
+      const std::string f = name.substr(sep + 2);
+      for (const auto& own : mgr().get_export_function_list(name.substr(0, sep)))
+        if (own == f) fn = mgr().get_function_by_name(f);
+    }
     if (!fn) throw host_error(str_format(tr("未定义的函数或变量 %s"), name.c_str()), col);
     zorvat::internal::plugin_manager::apply_function(fn, nargout, args, results);
   } catch (const host_error&) {
@@ -64,6 +74,7 @@ void session::call_function(const std::string& name, const value_list& args, int
 }
 
 void session::eval_code(const std::string& code, std::vector<value_ptr>& results) {
+  check_utf8(code);
   std::vector<source_line> lines;
   int open = 0;
   for (size_t start = 0; start <= code.size();) {
@@ -111,6 +122,7 @@ bool session::run_whole_command(const std::string& line) {
 
 bool session::run_line(const std::string& line, const std::string& where, int line_no) {
   try {
+    check_utf8(line);
     source_line src{where, line_no, line, {}};
     try {
       src.toks = tokenize(line);
@@ -131,6 +143,12 @@ bool session::run_line(const std::string& line, const std::string& where, int li
   } catch (const located_error& e) {
     cancel_block();
     report(place(e.where, e.line_no, e.col), e.what());
+  } catch (const std::bad_alloc& e) {
+    // The library's out-of-memory error names the size; others get its text
+    // for an unknown size.
+    cancel_block();
+    const bool sized = dynamic_cast<const zorvat::internal::insufficient_memory*>(&e) != nullptr;
+    report(place(where, line_no, 0), sized ? e.what() : tr("内存不足"));
   } catch (const host_error& e) {
     cancel_block();
     report(place(where, line_no, e.col()), e.what());

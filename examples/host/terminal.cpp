@@ -7,6 +7,7 @@
 // code half done.
 #include "terminal.h"
 
+#include <dirent.h>
 #include <editline/readline.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,10 +18,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "host/console.h"
+#include "lexer.h"
+#include "memory/messages.h"
+#include "memory/str_util.h"
 
 namespace zorvat_host {
 
@@ -42,27 +47,69 @@ int read_byte(int fd) {
   }
 }
 
-// libedit's key reader: one character, decoded from UTF-8.
+// The bytes of the line being typed that are not UTF-8; the line is refused.
+std::string invalid_bytes;
+
+// libedit's key reader: one character, decoded from UTF-8.  A byte that
+// does not belong to a character is kept in invalid_bytes and shows as
+// U+FFFD.
 int read_key(FILE* in) {
   const int fd = fileno(in);
   const int b = read_byte(fd);
-  if (b < 0xC0) return b;  // ASCII, end, or a stray continuation byte
-  const int extra = b >= 0xF0 ? 3 : b >= 0xE0 ? 2 : 1;
+  if (b < 0x80) return b;  // ASCII or the end
+  const int extra = b >= 0xC2 && b <= 0xDF ? 1 : b >= 0xE0 && b <= 0xEF ? 2 : b >= 0xF0 && b <= 0xF4 ? 3 : 0;
+  std::string bytes(1, static_cast<char>(b));
   int c = b & (0x3F >> extra);
   for (int k = 0; k < extra; ++k) {
     const int next = read_byte(fd);
     if (next < 0) return -1;
+    bytes += static_cast<char>(next);
+    if ((next & 0xC0) != 0x80) break;
     c = (c << 6) | (next & 0x3F);
+  }
+  if (extra == 0 || static_cast<int>(bytes.size()) != extra + 1 || (bytes.back() & 0xC0) != 0x80) {
+    invalid_bytes += bytes;
+    return 0xFFFD;
   }
   return c;
 }
 
+// The plugins that `plugin load` can find: the folders of <root>/plugins
+// that hold a main.so.
+std::vector<std::string> plugin_names() {
+  std::vector<std::string> names;
+  std::string root = active->opts().plugin_root;
+  if (root.empty() && std::getenv("ZORVAT_PLUGIN_PATH")) root = std::getenv("ZORVAT_PLUGIN_PATH");
+  if (root.empty()) return names;
+  if (DIR* d = opendir((root + "/plugins").c_str())) {
+    while (const dirent* e = readdir(d)) {
+      const std::string name = e->d_name;
+      if (name[0] != '.' && access((root + "/plugins/" + name + "/main.so").c_str(), R_OK) == 0)
+        names.push_back(name);
+    }
+    closedir(d);
+  }
+  return names;
+}
+
+// What may stand at the word being completed, from the words before it:
+// after "plugin" its subcommands, after "plugin load" the plugins found,
+// elsewhere the names of the session.
+std::vector<std::string> names_for(const std::string& before) {
+  std::istringstream in(before);
+  std::vector<std::string> w;
+  for (std::string word; in >> word;) w.push_back(word);
+  if (w.size() == 1 && w[0] == "plugin") return {"list", "load", "unload"};
+  if (w.size() == 2 && w[0] == "plugin" && w[1] == "load") return plugin_names();
+  return active->known_names();
+}
+
 char* next_name(const char* text, int state) {
   if (state == 0) {
-    candidates.clear();
     next_candidate = 0;
     const size_t n = std::strlen(text);
-    for (auto& name : active->known_names())
+    candidates.clear();
+    for (auto& name : names_for(std::string(rl_line_buffer, std::min<size_t>(rl_point, std::strlen(rl_line_buffer)) - n)))
       if (name.compare(0, n, text) == 0) candidates.push_back(name);
     std::sort(candidates.begin(), candidates.end());
     candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
@@ -106,6 +153,7 @@ int run_terminal(session& s) {
   int line_no = 0;
   while (!s.exit_requested()) {
     interrupt_requested = 0;
+    invalid_bytes.clear();
     char* text = readline(s.block_open() ? ".. " : ">> ");  // ".." while a block is open
     if (!text) {
       zorvat::write_to_cout_flush("\n");
@@ -115,8 +163,18 @@ int run_terminal(session& s) {
     }
     const std::string line(text);
     std::free(text);
+    ++line_no;
+    if (!invalid_bytes.empty()) {
+      try {
+        check_utf8(invalid_bytes);
+      } catch (const host_error& e) {
+        zorvat::write_to_cerr_flush(zorvat::str_format("stdin:%d: ", line_no) + zorvat::tr("错误：") + e.what() + "\n");
+      }
+      invalid_bytes.clear();
+      continue;
+    }
     if (line.find_first_not_of(" \t") != std::string::npos) add_history(line.c_str());
-    s.run_line(line, "stdin", ++line_no);
+    s.run_line(line, "stdin", line_no);
   }
   if (!history.empty()) write_history(history.c_str());
   return 0;

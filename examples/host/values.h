@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "memory/zo_malloc.h"
 #include "value/zo_obj.h"
 
 namespace zorvat_host {
@@ -39,7 +40,9 @@ class host_error : public std::runtime_error {
 struct num_array {
   zorvat::zo_type type = zorvat::type_double;
   std::vector<long> dims{0, 0};
-  std::vector<std::complex<double>> v;
+  // Through the library's allocator: a refused block is its out-of-memory
+  // error, which names the size.
+  std::vector<std::complex<double>, zorvat::zo_allocator<std::complex<double>>> v;
   long count() const;
 };
 

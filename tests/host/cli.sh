@@ -1,10 +1,10 @@
 #!/bin/sh
 # cli.sh HOST VERSION: zorvat-host's options, its exit status and its limits
 # on one line.  --help and --version answer and exit 0 (the version is the
-# project's and the loaded library's); `exit N` ends with status N, also
-# from inside a loop, and stops there; 5,000 and 100,000 nested brackets,
-# minus signs or if blocks give the nesting error with status 1, never a
-# crash.
+# project's and the loaded library's), in the user's language; an unreadable
+# script gives status 2; `exit N` ends with status N, also from inside a
+# loop, and stops there; 5,000 and 100,000 nested brackets, minus signs or if
+# blocks give the nesting error with status 1, never a crash.
 host=$1 version=$2
 fail=0
 check() { if ! eval "$1"; then echo "FAILED: $2"; fail=1; fi; }
@@ -16,6 +16,17 @@ out=$("$host" --version) && st=0 || st=$?
 check '[ $st -eq 0 ] && [ "$out" = "zorvat-host $version (libzorvat_core $version)" ]' "--version: $out"
 out=$("$host" --bogus 2>&1) && st=0 || st=$?
 check '[ $st -eq 2 ]' "an unknown option gives status 2"
+# --help, the usage and option errors speak the user's language too.
+out=$(LC_ALL=C.UTF-8 "$host" --help) && st=0 || st=$?
+check '[ $st -eq 0 ] && printf "%s" "$out" | grep -q "^usage: zorvat-host"' "--help in English: $out"
+out=$(LC_ALL=C.UTF-8 "$host" --bogus 2>&1) && st=0 || st=$?
+check '[ $st -eq 2 ] && printf "%s" "$out" | grep -q "invalid option --bogus"' "option error in English: $out"
+# A script that is a folder or cannot be read: status 2 and a message.
+dir=$(mktemp -d) && trap 'rm -rf "$dir"' EXIT
+for script in "$dir" "$dir/missing.zs"; do
+  out=$("$host" "$script" 2>&1) && st=0 || st=$?
+  check '[ $st -eq 2 ] && printf "%s" "$out" | grep -q "$script"' "script $script: status $st, $out"
+done
 
 out=$(printf 'for k = 1:5\n  if k == 3, exit 7, end\n  disp(k)\nend\ndisp(99)\n' | "$host" 2>&1) && st=0 || st=$?
 check '[ $st -eq 7 ] && [ "$(printf "%s" "$out" | tr -d " \n")" = "12" ]' "exit 7 in a loop: status $st, output $out"

@@ -38,11 +38,11 @@ static __zxArray* statistics(const __zxArray* x) {
   static const char* const names[] = {"n", "mean", "min", "max"};
   zxKind kind = zxGetKind(x);
   if ((!zxIsNumeric(x) && kind != zxKindLogical) || zxIsSparse(x)) {
-    zxError("colstats: expected a dense real numeric array, got %s", zxGetClassName(x));
+    zxError("expected a dense real numeric array, got %s", zxGetClassName(x));
     return NULL;
   }
   if (zxIsComplex(x)) {
-    zxError("colstats: complex values have no order");
+    zxError("complex values have no order");
     return NULL;
   }
   long rows = zxGetM(x), cols = zxGetN(x);
@@ -75,7 +75,7 @@ static __zxArray* statistics(const __zxArray* x) {
 static void colstats(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
   (void)nlhs;
   if (nrhs != 1) {
-    zxError("colstats: expected one argument, got %d", nrhs);
+    zxError("expected one argument, got %d", nrhs);
     return;
   }
   plhs[0] = statistics(prhs[0]);
@@ -85,7 +85,7 @@ static void colstats_of(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** 
   (void)nlhs;
   char name[64];
   if (nrhs != 2 || zxGetString(prhs[0], name, sizeof name) < 0) {
-    zxError("colstats_of: expected a function name and an argument");
+    zxError("expected a function name and an argument");
     return;
   }
   __zxArray* result = NULL;

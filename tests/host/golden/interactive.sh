@@ -2,11 +2,12 @@
 # An interactive session on a pseudo-terminal (through script(1)): the host
 # shows its prompt and lays out columns for the terminal's real width; Ctrl-C
 # cancels the line being typed and keeps the session, Tab completes a
-# variable's name, and the lines are kept in the history file.  An open block
-# shows the continuation prompt ".. " until its end; Ctrl-C stops an endless
-# loop and a long matrix product within a second, keeping the workspace.
-#   interactive.sh ZORVAT_HOST
-host="$1"
+# variable's name and the plugin command, and the lines are kept in the
+# history file; typed UTF-8 is kept whatever the locale.  An open block shows
+# the continuation prompt ".. " until its end; Ctrl-C stops an endless loop
+# and a long matrix product within a second, keeping the workspace.
+#   interactive.sh ZORVAT_HOST PLUGIN_ROOT
+host="$1" root="$2"
 run() {  # run COLUMNS-of-the-terminal
   printf 'x = ones(2, 12)\nexit\n' |
     env -u COLUMNS LC_ALL=zh_CN.UTF-8 script -qec "stty cols $1 rows 24; '$host'" /dev/null | tr -d '\r'
@@ -41,6 +42,16 @@ start=$(date +%s)
 looped=$(blocks | env -u COLUMNS XDG_DATA_HOME="$data" LC_ALL=zh_CN.UTF-8 \
          script -qec "stty cols 80 rows 24; '$host'" /dev/null | tr -d '\r')
 took=$(( $(date +%s) - start ))
+# UTF-8 typed under C.UTF-8 is kept, bytes that are not UTF-8 are refused
+# and shown; Tab completes "plugin lo" and then the plugin's name.
+typed() {
+  printf "z = 'h\303\251llo\344\270\255'\n"; sleep 0.3
+  printf "y = 'a\351b'\n"; sleep 0.3
+  printf 'plugin lo\t cla\t\n'; sleep 0.3
+  printf 'plugin list\nexit\n'
+}
+text=$(typed | env -u COLUMNS -u LC_ALL XDG_DATA_HOME="$data" LANG=C.UTF-8 \
+       script -qec "stty cols 80 rows 24; '$host' --plugin-root '$root'" /dev/null | tr -d '\r')
 narrow=$(run 40) || exit 1
 wide=$(run 200) || exit 1
 fail=0
@@ -57,5 +68,8 @@ check 'printf "%s" "$looped" | grep -q "^ *20$"' "the block runs at its end"
 check '[ $(printf "%s" "$looped" | grep -c "已中断") -eq 2 ]' "Ctrl-C stops the loop and the product"
 check 'printf "%s" "$looped" | grep -q "^   8$"' "the workspace is kept after Ctrl-C"
 check '[ $took -lt 8 ]' "Ctrl-C stops within a second ($took s in all)"
-[ $fail -eq 0 ] && echo "interactive: prompt, layout, Ctrl-C, completion, history and blocks as expected"
+check 'printf "%s" "$text" | grep -q "^    '"'"'héllo中'"'"'$"' "UTF-8 typed under C.UTF-8 is kept"
+check 'printf "%s" "$text" | grep -q "^stdin:2: Error: .*\\\\xE9$"' "bytes that are not UTF-8 are refused and shown"
+check 'printf "%s" "$text" | grep -q "^clash: zeros clash::fail$"' "Tab completes plugin load and the plugin name"
+[ $fail -eq 0 ] && echo "interactive: prompt, layout, Ctrl-C, completion, history, blocks and UTF-8 as expected"
 exit $fail

@@ -35,3 +35,12 @@ cc = {{1, st}};
 plugin unload quaternion
 st
 who
+% A plugin function named like a built-in one: a warning on load; the name
+% stays the built-in's, plugin::name reaches the plugin's.  The host names
+% the function in a plugin's error.  ';' after a command is dropped.
+plugin load clash;
+zeros(1)
+clash::zeros(1)
+clash::fail(1)
+clash::nosuch(1)
+plugin unload clash

@@ -36,7 +36,7 @@ int main(int argc, char** argv) {  // host PLUGIN_ROOT DATA_DIR
   mgr.apply_function(scale, 1, {zo_obj::make_matrix<double>(1, 2, {1, 2}), std::make_shared<zo_obj>(3.0)}, out);
   show(*out[0]);
   try { mgr.apply_function(scale, 1, {std::make_shared<zo_obj>("x")}, out); }
-  catch (const std::runtime_error& e) { std::printf("%s\n", e.what()); }
+  catch (const std::runtime_error& e) { std::printf("scale: %s\n", e.what()); }  // the caller names it
   // A C++ plugin with an object type and its operator.
   if (mgr.add("units", {}, argv[1]) != 0) return std::fprintf(stderr, "%s\n", mgr.error_msg().c_str()), 1;
   out.clear();

@@ -4,8 +4,9 @@
 static void scale(int nlhs, __zxArray** plhs, int nrhs, const __zxArray** prhs) {
   (void)nlhs;
   if (nrhs != 2 || !zxIsDouble(prhs[0]) || zxIsComplex(prhs[0])) {
-    zxError("scale: expected a real double array and a factor, got %d argument(s)", nrhs);
-    return;  /* the host raises the error once this function returns */
+    zxError("expected a real double array and a factor, got %d argument(s)", nrhs);
+    return;  /* the host raises the error once this function returns; the
+                text names no function: the caller adds the name */
   }
   double k = zxGetScalar(prhs[1]);
   long n = zxGetNumberOfElements(prhs[0]);
