@@ -218,8 +218,10 @@ struct reader {
       // Some writers leave out the data of a short blank text.
       units.assign(h.count, ' ');
     } else {
-      units.resize(h.count);
       const element as_int{e.type == mi_utf16 ? mi_uint16 : e.type == mi_utf32 ? mi_uint32 : e.type, e.data, e.bytes};
+      const std::size_t size = mat5_type_size(as_int.type);
+      if (size == 0 || e.bytes % size || e.bytes / size != h.count) corrupt();  // before allocating
+      units.resize(h.count);
       convert(as_int, h.count, units.data(), 1);
     }
     return std::make_shared<zo_obj>(type_char, new matrix<char>(mat5_units_to_chars(h.dims, units.data())));
