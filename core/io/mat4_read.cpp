@@ -129,7 +129,7 @@ struct mat4_reader {
       std::shared_ptr<zo_obj> v = std::make_shared<zo_obj>(type_complex_double, z);
       double* parts = reinterpret_cast<double*>(z->data());
       to_double(b, n, h, parts, 2);
-      to_double(b + n * elem_size(h.p), n, h, parts + 1, 2);
+      if (n) to_double(b + n * elem_size(h.p), n, h, parts + 1, 2);  // no block when empty
       return v;
     }
     auto d = new matrix<double>(dims);

@@ -192,7 +192,7 @@ struct reader {
       using R = typename T::value_type;
       R* parts = reinterpret_cast<R*>(m->data());
       convert(re, h.count, parts, 2);
-      convert(next(p, end), h.count, parts + 1, 2);
+      convert(next(p, end), h.count, parts ? parts + 1 : parts, 2);  // no block when empty
     } else {
       convert(re, h.count, m->data(), 1);
     }
@@ -548,7 +548,8 @@ void with_file(const std::string& path, F f) {
   mapping m;
   if (::fstat(fd, &st) == 0 && st.st_size > 0) {
     m.size = static_cast<std::size_t>(st.st_size);
-    m.p = ::mmap(nullptr, m.size, PROT_READ, MAP_PRIVATE, fd, 0);
+    // Populated at once: demand faults page by page cost more than the read.
+    m.p = ::mmap(nullptr, m.size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
   }
   const int err = errno;
   ::close(fd);
