@@ -391,53 +391,6 @@ struct reader {
     inflateEnd(&z);
     return n - z.avail_out;
   }
-  // A large real numeric array whose data is stored in its own type,
-  // inflated straight into the new array's storage (null: not such an
-  // array).  head holds the first bytes of the element, data_at the offset
-  // of its data element there.
-  std::shared_ptr<zo_obj> direct(const element& e, const array_header& h, const buffer& head,
-                                 std::size_t data_at) const {
-    if (swap || h.flags & (mat5_flag_complex | mat5_flag_logical) || data_at + 8 > head.n) return nullptr;
-    const std::uint32_t type = u32(head.p.get() + data_at), bytes = u32(head.p.get() + data_at + 8 - 4);
-    switch (h.cls) {
-#define ZORVAT_MAT5_DIRECT(kind, T, cls, mi) \
-  case cls:                                  \
-    return mi == type ? direct_into<T>(e, h, data_at + 8, bytes, kind) : nullptr;
-      ZORVAT_MAT5_NUMERIC(ZORVAT_MAT5_DIRECT)
-#undef ZORVAT_MAT5_DIRECT
-      default: return nullptr;
-    }
-  }
-  template <class T>
-  std::shared_ptr<zo_obj> direct_into(const element& e, const array_header& h, std::size_t skip,
-                                      std::uint32_t bytes, zo_type kind) const {
-    if (bytes % sizeof(T) || bytes / sizeof(T) != h.count || bytes < (1u << 20)) return nullptr;
-    if (bytes > e.bytes * 1032 + 64) corrupt();  // before allocating
-    auto m = std::make_unique<matrix<T>>(h.dims);
-    unsigned char scratch[4096];
-    z_stream z{};
-    if (inflateInit(&z) != Z_OK) throw std::bad_alloc();
-    z.next_in = const_cast<unsigned char*>(e.data);
-    z.avail_in = static_cast<uInt>(e.bytes);
-    int r = Z_OK;
-    auto fill = [&](unsigned char* out, std::size_t n) {
-      z.next_out = out;
-      z.avail_out = static_cast<uInt>(n);
-      while (z.avail_out > 0 && r == Z_OK) r = ::inflate(&z, Z_SYNC_FLUSH);
-      return z.avail_out == 0;
-    };
-    // The header, the data, then the padding up to the end of the stream.
-    bool ok = skip <= sizeof scratch && fill(scratch, skip) && fill(reinterpret_cast<unsigned char*>(m->data()), bytes);
-    if (ok && r == Z_OK) {
-      fill(scratch, 8);
-      ok = r == Z_STREAM_END;
-    }
-    inflateEnd(&z);
-    if (r == Z_MEM_ERROR) throw std::bad_alloc();
-    if (!ok) corrupt();
-    return std::make_shared<zo_obj>(kind, m.release());
-  }
-
   bool inflate_step(z_stream& z) const {
     const int r = ::inflate(&z, Z_SYNC_FLUSH);
     if (r == Z_MEM_ERROR) throw std::bad_alloc();
@@ -485,14 +438,12 @@ void each_variable(reader& rd, bytes_t data, std::size_t size, std::size_t heade
       // The header from the first bytes; all of them when it is longer.
       buffer head = rd.inflate(e, header_prefix);
       array_header h;
-      std::size_t data_at = 0;  // where the data element starts
       for (bool whole = false;; whole = true) {
         try {
           bytes_t q = head.p.get();
           const element inner = rd.next(q, head.p.get() + head.n);
           bytes_t r = inner.data;
           h = rd.header(r, inner.data + inner.bytes);
-          data_at = static_cast<std::size_t>(r - head.p.get());
           break;
         } catch (const std::runtime_error&) {
           if (whole || head.n < header_prefix) throw;
@@ -502,7 +453,6 @@ void each_variable(reader& rd, bytes_t data, std::size_t size, std::size_t heade
       if (h.name.empty()) continue;
       if (!ascii_name(h.name)) rd.corrupt();
       f(h, [&] {
-        if (auto v = rd.direct(e, h, head, data_at)) return v;
         const buffer all = rd.inflate(e, SIZE_MAX);
         bytes_t a = all.p.get();
         const element m = rd.next(a, all.p.get() + all.n);

@@ -118,8 +118,6 @@ std::vector<std::pair<std::string, value_ptr>> exact_values() {
                    {nd<double>({1, 1}, {1}), text({1, 1}, "x"), record({1, 2}, {"in"}, {cell({1, 1}, {text({1, 1}, "y")})})})},
       {"sa", record({1, 3}, {"b", "a"}, {nd<long>({1, 1}, {1}), nd<double>({0, 0}, {0}), text({1, 2}, "ok")})},
       {"s20", record({2, 0}, {"f"}, {})},
-      // Over 1 MiB: inflated straight into the array in version 7.
-      {"big", nd<double>({300, 500}, {0.5, -1e300, nan_payload, 3, 7.25, -0.0, 11})},
       {"snf", record({1, 1}, {}, {})},
   };
 }
