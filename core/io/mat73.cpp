@@ -144,7 +144,7 @@ std::vector<loaded_value> mat73_read(std::string const& path, std::vector<std::s
   const std::vector<matvar_ptr> infos = read_infos(file.get(), path, log);
   for (const auto& want : names)
     if (std::none_of(infos.begin(), infos.end(), [&](const matvar_ptr& v) { return want == v->name; }))
-      throw std::runtime_error(str_format(tr("MAT 文件 %s 中没有变量 %s"), path.c_str(), want.c_str()));
+      throw std::runtime_error(str_format(tr("文件 %s 中没有变量 %s"), path.c_str(), want.c_str()));
   const unsigned long limit = data_limit(path);
   std::vector<const matvar_t*> chosen;
   for (const auto& v : infos) {

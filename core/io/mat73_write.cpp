@@ -5,8 +5,9 @@
 // complex arrays are split into their real and imaginary parts, logical
 // arrays go as uint8 with the logical flag, char arrays as UTF-16 code units,
 // sparse matrices as packed 32-bit row and column indices (libmatio's
-// limit), sparse single as sparse double.  An empty cell slot or structure
-// field is written as an empty 0x0 double.
+// limit), sparse single as sparse double, string arrays as cells of char
+// rows.  An empty cell slot or structure field is written as an empty 0x0
+// double.
 #include <algorithm>
 #include <complex>
 #include <cstdint>
@@ -203,6 +204,21 @@ matvar_ptr struct_var(const char* name, const structure& s, const std::string& v
   return v;
 }
 
+// A string array as a cell of the same dims whose elements are char rows.
+matvar_ptr strings_var(const char* name, const matrix<std::string>& strings, const std::string& var,
+                       mat73_arena& arena, int depth) {
+  const auto elements = strings.contiguous();
+  cell_array rows(elements.dim_vec());
+  for (long i = 0; i < elements.size(); ++i) {
+    const std::string& t = elements.data()[i];
+    auto row = std::make_unique<matrix<char>>(1, static_cast<long>(t.size()));
+    std::copy(t.begin(), t.end(), row->data());
+    zo_obj value(type_char, row.release());
+    rows.data().data()[i] = std::make_shared<zo_obj>(std::move(value));
+  }
+  return cell_var(name, rows, var, arena, depth);
+}
+
 template <class P>
 struct dense_elements : std::false_type {};
 template <class T>
@@ -220,6 +236,13 @@ matvar_ptr mat73_to_matvar(const char* name, const zo_obj* value, const std::str
     throw std::runtime_error(
         str_format(tr("变量 %s 的单元数组或结构体嵌套超过 %d 层，不能保存"), var.c_str(), mat73_max_depth));
   const zo_type t = value->type;
+  if (!value->payload() && ((t >= type_int8 && t <= type_logical) || t == type_cell || t == type_struct ||
+                            t == type_string || (t >= type_sparse_double && t <= type_sparse_logical))) {
+    // A value without its payload stands for an empty one of its kind.
+    zo_obj empty;
+    empty.reset(t, true);
+    if (empty.payload()) return mat73_to_matvar(name, &empty, var, arena, depth);
+  }
   matvar_ptr v;
   if (value->payload())
     v = visit_kind(t, [&](auto k) -> matvar_ptr {
@@ -235,6 +258,8 @@ matvar_ptr mat73_to_matvar(const char* name, const zo_obj* value, const std::str
         return cell_var(name, *p, var, arena, depth);
       else if constexpr (std::is_same_v<P, structure>)
         return struct_var(name, *p, var, arena, depth);
+      else if constexpr (std::is_same_v<P, matrix<std::string>>)
+        return strings_var(name, *p, var, arena, depth);
       else
         return nullptr;
     });

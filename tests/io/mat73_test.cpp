@@ -198,6 +198,8 @@ const round_trip round_trips[] = {
      [] { return cell({2, 2}, {array<double>(zorvat::type_double, {1, 1}, {1}), cell({1, 1}, {text({1, 1}, "x")}), text({1, 2}, "ab"), nullptr}); },
      [] { return cell({2, 2}, {array<double>(zorvat::type_double, {1, 1}, {1}), cell({1, 1}, {text({1, 1}, "x")}), text({1, 2}, "ab"), empty_double()}); }},
     {"cell_empty_2x0", [] { return cell({2, 0}, {}); }, nullptr},
+    {"strings_as_cell_of_rows", [] { return std::make_shared<zo_obj>(std::vector<std::string>{"ab", "", "\xE4\xB8\xAD"}, 1, 3); },
+     [] { return cell({1, 3}, {text({1, 2}, "ab"), text({1, 0}, ""), text({1, 3}, "\xE4\xB8\xAD")}); }},
     {"struct_field_order_nested",
      [] { return record({1, 1}, {{"zeta", {extremes<long>(zorvat::type_int64)}}, {"alpha", {record({1, 1}, {{"b", {text({1, 1}, "q")}}, {"a", {empty_double()}}})}}, {"mid", {nullptr}}}); },
      [] { return record({1, 1}, {{"zeta", {extremes<long>(zorvat::type_int64)}}, {"alpha", {record({1, 1}, {{"b", {text({1, 1}, "q")}}, {"a", {empty_double()}}})}}, {"mid", {empty_double()}}}); }},
@@ -229,7 +231,7 @@ TEST(Mat73, RefusesWhatItCannotHoldNamingTheVariable) {
   const std::string path = dir.file("bad.mat");
   const std::pair<std::string, value> cases[] = {
       {"handle_in_cell", cell({1, 2}, {empty_double(), std::make_shared<zo_obj>(zorvat::function_handle())})},
-      {"text", std::make_shared<zo_obj>("a string")},
+      {"nothing", std::make_shared<zo_obj>()},
       {"bad_field", record({1, 1}, {{"a/b", {empty_double()}}})},
   };
   for (const auto& [name, v] : cases) {
