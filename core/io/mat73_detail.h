@@ -87,8 +87,9 @@ constexpr int mat73_max_depth = 200;
 
 // Char arrays: every row (a line along the second dimension, one per
 // subscript of the other dimensions) is converted on its own; rows that end
-// up of different lengths are padded with spaces at their end.  Invalid
-// UTF-8 becomes U+FFFD, unpaired surrogates too.
+// up of different lengths are padded with spaces at their end.  A byte that
+// starts no valid UTF-8 sequence stands for the character of its number;
+// unpaired surrogates read back as U+FFFD.
 // UTF-8 bytes -> UTF-16 code units, with the new dims.
 std::vector<unsigned short> mat73_utf16_of(const matrix<char>& text, std::vector<long>& dims);
 // UTF-16 code units (or code points for width 4, bytes for width 1) in

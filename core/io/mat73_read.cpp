@@ -5,6 +5,9 @@
 // before the data is touched, sparse indices are checked to lie inside the
 // matrix in increasing order, and a tree deeper than mat73_max_depth is
 // refused.  Any failure throws before a value is handed out.
+//
+// As for the level 5 layout: complex integers load as complex double, and
+// sparse matrices as sparse double, complex double or logical.
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -100,18 +103,16 @@ struct reader {
       if (n > 0) std::memcpy(m.data(), v->data, n * sizeof(T));
       return out;
     }
-    if constexpr (std::is_floating_point_v<T>) {
-      const auto* split = static_cast<const mat_complex_split_t*>(v->data);
-      if (n > 0) check(split->Re != nullptr && split->Im != nullptr);
-      auto& m = fresh<matrix<std::complex<T>>>(
-          out, std::is_same_v<T, double> ? type_complex_double : type_complex_single);
-      m.resize(dims);
-      for (size_t k = 0; k < n; ++k)
-        m.data()[k] = {static_cast<const T*>(split->Re)[k], static_cast<const T*>(split->Im)[k]};
-      return out;
-    } else {
-      unsupported(path, var);  // complex integers have no kind here
-    }
+    // Complex integers have no kind here: they load as complex double.
+    using R = std::conditional_t<std::is_same_v<T, float>, float, double>;
+    const auto* split = static_cast<const mat_complex_split_t*>(v->data);
+    if (n > 0) check(split->Re != nullptr && split->Im != nullptr);
+    auto& m = fresh<matrix<std::complex<R>>>(out, std::is_same_v<R, double> ? type_complex_double : type_complex_single);
+    m.resize(dims);
+    for (size_t k = 0; k < n; ++k)
+      m.data()[k] = {static_cast<R>(static_cast<const T*>(split->Re)[k]),
+                     static_cast<R>(static_cast<const T*>(split->Im)[k])};
+    return out;
   }
 
   template <class T>
@@ -322,9 +323,7 @@ mat_variable_info info_impl(const matvar_t* v, const std::string& path, const st
         using T = decltype(t);
         info.kind = v->isLogical ? type_logical : reader::kind_of<T>();
         if (v->isComplex && !v->isLogical)
-          info.kind = std::is_same_v<T, double>  ? type_complex_double
-                      : std::is_same_v<T, float> ? type_complex_single
-                                                 : type_error;
+          info.kind = std::is_same_v<T, float> ? type_complex_single : type_complex_double;
         add(static_cast<unsigned long>(count) * sizeof(T) * (v->isComplex ? 2 : 1));
       });
   }
