@@ -54,6 +54,12 @@ struct element {
   std::uint64_t bytes = 0;
 };
 
+// Bytes made for one compressed variable.
+struct buffer {
+  std::unique_ptr<unsigned char[]> p;
+  std::size_t n = 0;
+};
+
 // What a miMATRIX element declares before its data.
 struct array_header {
   std::uint32_t cls = 0, flags = 0, nzmax = 0;
@@ -115,7 +121,7 @@ struct reader {
     h.cls = h.flags & 0xFF;
     h.nzmax = u32(f.data + 4);
     const element d = next(p, end);
-    if (d.type != mi_int32 || d.bytes == 0 || d.bytes % 4) corrupt();
+    if ((d.type != mi_int32 && d.type != mi_uint32) || d.bytes == 0 || d.bytes % 4) corrupt();
     h.count = 1;
     for (std::uint64_t k = 0; k < d.bytes / 4; ++k) {
       const std::int32_t n = load<std::int32_t>(d.data + 4 * k, swap);
@@ -196,14 +202,21 @@ struct reader {
       for (std::uint64_t i = 0; i < e.bytes;) {
         // The code points of the UTF-8 data, one per character.
         const unsigned c = e.data[i];
-        const int len = c < 0x80 ? 1 : c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 0;
-        if (len == 0 || i + len > e.bytes) corrupt();
-        std::uint32_t cp = len == 1 ? c : c & (0x3F >> (len - 1));
+        // A byte that starts no valid sequence is one replacement character.
+        int len = c < 0x80 ? 1 : c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 0;
+        for (int k = 1; k < len; ++k)
+          if (i + k >= e.bytes || (e.data[i + k] & 0xC0) != 0x80) len = 0;
+        std::uint32_t cp = 0xFFFD;
+        if (len > 1) cp = c & (0x3F >> (len - 1));
+        if (len == 1) cp = c;
         for (int k = 1; k < len; ++k) cp = (cp << 6) | (e.data[i + k] & 0x3F);
         units.push_back(cp);
-        i += len;
+        i += len ? len : 1;
       }
       if (units.size() != h.count) corrupt();
+    } else if (e.bytes == 0 && h.count <= 4096) {
+      // Some writers leave out the data of a short blank text.
+      units.assign(h.count, ' ');
     } else {
       units.resize(h.count);
       const element as_int{e.type == mi_utf16 ? mi_uint16 : e.type == mi_utf32 ? mi_uint32 : e.type, e.data, e.bytes};
@@ -240,6 +253,8 @@ struct reader {
     const int parts = std::is_same_v<T, std::complex<double>> ? 2 : 1;
     for (int part = 0; part < parts; ++part) {
       element v = next(p, end);
+      // Some writers tag the bytes of a logical sparse matrix as doubles.
+      if (std::is_same_v<T, bool> && v.type == mi_double && v.bytes == static_cast<std::uint64_t>(nnz)) v.type = mi_uint8;
       const std::size_t vs = mat5_type_size(v.type);
       if (!vs || v.bytes % vs || v.bytes / vs < static_cast<std::uint64_t>(nnz)) corrupt();
       v.bytes = nnz * vs;
@@ -268,7 +283,7 @@ struct reader {
   std::shared_ptr<zo_obj> record(const array_header& h, bytes_t& p, bytes_t end, int depth) const {
     if (h.cls == mx_object) next(p, end);  // the class name
     const element len_e = next(p, end);
-    if (len_e.type != mi_int32 || len_e.bytes != 4) corrupt();
+    if ((len_e.type != mi_int32 && len_e.type != mi_uint32) || len_e.bytes != 4) corrupt();
     const std::int32_t len = load<std::int32_t>(len_e.data, swap);
     const element names_e = next(p, end);
     if (len <= 0 || (names_e.type != mi_int8 && names_e.type != mi_uint8) || names_e.bytes % len) corrupt();
@@ -278,8 +293,10 @@ struct reader {
     std::vector<structure::field_table*> tables;
     for (std::uint64_t f = 0; f < nf; ++f) {
       const char* n = reinterpret_cast<const char*>(names_e.data) + f * len;
-      const std::string name(n, strnlen(n, len));
-      if (name.empty() || s->isfield(name)) corrupt();
+      std::string name(n, strnlen(n, len));
+      // A repeated name becomes _1_name, _2_name, ... (as SciPy reads it).
+      for (int k = 1; s->isfield(name); ++k) name = "_" + std::to_string(k) + "_" + std::string(n, strnlen(n, len));
+      if (name.empty()) corrupt();
       tables.push_back(&s->create_field_table(name));
     }
     for (std::uint64_t r = 0; r < (nf ? h.count : 0); ++r)
@@ -326,49 +343,45 @@ struct reader {
 
   // A compressed variable: its miMATRIX element (tag included) inflated.
   // With `prefix`, at most that many bytes of it (for its header only).
-  std::vector<unsigned char> inflate(const element& e, std::size_t prefix) {
+  buffer inflate(const element& e, std::size_t prefix) {
     // The inner tag first, with zlib: it gives the size to inflate into.
     unsigned char tag[8];
-    z_stream z{};
-    if (inflateInit(&z) != Z_OK) throw std::bad_alloc();
-    z.next_in = const_cast<unsigned char*>(e.data);
-    z.avail_in = static_cast<uInt>(e.bytes);
-    z.next_out = tag;
-    z.avail_out = 8;
-    while (z.avail_out > 0 && inflate_step(z)) {
-    }
-    inflateEnd(&z);
-    if (z.avail_out > 0 || u32(tag) != mi_matrix) corrupt();
+    if (inflate_prefix(e, tag, 8) < 8 || u32(tag) != mi_matrix) corrupt();
     const std::uint64_t size = 8 + static_cast<std::uint64_t>(u32(tag + 4));
     // Deflate expands at most 1032 to 1.
     if (size > e.bytes * 1032 + 64) corrupt();
-    std::vector<unsigned char> out;
+    buffer out;
     if (prefix < size) {
-      out.resize(prefix);
-      z = z_stream{};
-      if (inflateInit(&z) != Z_OK) throw std::bad_alloc();
-      z.next_in = const_cast<unsigned char*>(e.data);
-      z.avail_in = static_cast<uInt>(e.bytes);
-      z.next_out = out.data();
-      z.avail_out = static_cast<uInt>(prefix);
-      while (z.avail_out > 0 && inflate_step(z)) {
-      }
-      inflateEnd(&z);
-      out.resize(prefix - z.avail_out);
+      out.p.reset(new unsigned char[prefix]);
+      out.n = inflate_prefix(e, out.p.get(), prefix);
       return out;
     }
     if (!inflater) {
       inflater.reset(libdeflate_alloc_decompressor());
       if (!inflater) throw std::bad_alloc();
     }
-    out.resize(size + 8);  // room for padding after the element
+    out.p.reset(new unsigned char[size + 8]);  // room for padding after the element
     std::size_t got = 0;
-    if (libdeflate_zlib_decompress(inflater.get(), e.data, e.bytes, out.data(), out.size(), &got) !=
+    if (libdeflate_zlib_decompress(inflater.get(), e.data, e.bytes, out.p.get(), size + 8, &got) !=
             LIBDEFLATE_SUCCESS ||
         got < size)
       corrupt();
-    out.resize(size);
+    out.n = size;
     return out;
+  }
+  // Inflates the first n bytes of e (zlib, streaming) into out; returns the
+  // number of bytes there were.
+  std::size_t inflate_prefix(const element& e, unsigned char* out, std::size_t n) const {
+    z_stream z{};
+    if (inflateInit(&z) != Z_OK) throw std::bad_alloc();
+    z.next_in = const_cast<unsigned char*>(e.data);
+    z.avail_in = static_cast<uInt>(e.bytes);
+    z.next_out = out;
+    z.avail_out = static_cast<uInt>(n);
+    while (z.avail_out > 0 && inflate_step(z)) {
+    }
+    inflateEnd(&z);
+    return n - z.avail_out;
   }
   bool inflate_step(z_stream& z) const {
     const int r = ::inflate(&z, Z_SYNC_FLUSH);
@@ -385,6 +398,13 @@ struct mapping {
     if (p != MAP_FAILED) ::munmap(p, size);
   }
 };
+
+// Variable names are ASCII (as every writer makes them).
+bool ascii_name(const std::string& s) {
+  for (unsigned char c : s)
+    if (c >= 0x80) return false;
+  return true;
+}
 
 // Calls f(header, value maker) for every variable of the level 5 image
 // [data, data + size): the maker reads the value when called.
@@ -403,29 +423,31 @@ void each_variable(reader& rd, bytes_t data, std::size_t size, std::size_t heade
       if (e.bytes == 0) continue;
       h = rd.header(q, e.data + e.bytes);
       if (h.name.empty()) continue;
+      if (!ascii_name(h.name)) rd.corrupt();
       f(h, [&] { return rd.value(e.data, e.data + e.bytes, 0, h); });
     } else if (e.type == mi_compressed) {
       p = e.data + e.bytes;  // compressed variables are not padded
       // The header from the first bytes; all of them when it is longer.
-      std::vector<unsigned char> head = rd.inflate(e, header_prefix);
+      buffer head = rd.inflate(e, header_prefix);
       array_header h;
       for (bool whole = false;; whole = true) {
         try {
-          bytes_t q = head.data();
-          const element inner = rd.next(q, head.data() + head.size());
+          bytes_t q = head.p.get();
+          const element inner = rd.next(q, head.p.get() + head.n);
           bytes_t r = inner.data;
           h = rd.header(r, inner.data + inner.bytes);
           break;
         } catch (const std::runtime_error&) {
-          if (whole || head.size() < header_prefix) throw;
+          if (whole || head.n < header_prefix) throw;
           head = rd.inflate(e, SIZE_MAX);
         }
       }
       if (h.name.empty()) continue;
+      if (!ascii_name(h.name)) rd.corrupt();
       f(h, [&] {
-        const std::vector<unsigned char> all = rd.inflate(e, SIZE_MAX);
-        bytes_t a = all.data();
-        const element m = rd.next(a, all.data() + all.size());
+        const buffer all = rd.inflate(e, SIZE_MAX);
+        bytes_t a = all.p.get();
+        const element m = rd.next(a, all.p.get() + all.n);
         array_header h2;
         return rd.value(m.data, m.data + m.bytes, 0, h2);
       });

@@ -23,6 +23,30 @@
 //     the call throws and nothing is returned (the workspace forms change no
 //     variable).  Sizes a file declares are checked against the file before
 //     anything is allocated for them.
+//   - What is saved, and how it loads back: numeric, char and logical arrays
+//     (N-d, empty, complex; every bit of every element), sparse double,
+//     complex double and logical matrices, cells and structures (nested,
+//     field order kept) load back as they were.  Chosen conversions:
+//     sparse single saves as sparse double (complex single as complex
+//     double); a string array saves as a cell of char rows and loads as that
+//     cell; an empty slot of a cell or structure (a null element) saves as a
+//     0x0 double.  Char arrays hold UTF-8 and are written as UTF-16: rows
+//     whose texts differ in length once converted are padded with blanks at
+//     their end (both ways), and a byte that starts no valid UTF-8 sequence
+//     is saved as the character of the same number (U+0080..U+00FF), so it
+//     loads back as that character's UTF-8 form.  Function handles, external
+//     and plugin objects, variable lists, handles, control values and void
+//     cannot be saved: the save is refused before anything is written, with
+//     a message naming the variable.  Variable names must be non-empty and
+//     distinct; cells and structures nest at most 200 deep.
+//   - Loading files from elsewhere: data stored in a narrower type than its
+//     class is converted; complex integers load as complex double; objects
+//     load as structures (the class name is dropped); repeated field names
+//     become _1_name, _2_name, ...; function handles and other classes that
+//     have no kind here are refused; the nameless subsystem variable is
+//     skipped; variable names must be ASCII.  Version 4 files are refused.
+//   - Versions 6 and 7 hold variables below 2^31 bytes each (a larger one is
+//     refused, naming it and pointing at version 7.3).
 //   - Errors: a file that cannot be opened, written, renamed or parsed, and a
 //     value that cannot be saved, throw std::runtime_error with a translated
 //     message naming the file or the variable; failed allocations throw

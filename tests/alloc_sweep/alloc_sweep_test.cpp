@@ -20,6 +20,7 @@
 #include "fake_host.h"
 #include "host/console.h"
 #include "host/host_services.h"
+#include "io/mat_file.h"
 #include "memory/zo_malloc.h"
 #include "plugin/plugin_manager.h"
 #include "plugin/zex.h"
@@ -164,6 +165,25 @@ TEST(AllocSweep, CellAndStructureBuildingAndCopyOnWrite) {
     keep.reset(type_struct, true);
     keep = *shared;
   }, [&] { return keep.payload() == payload; }));
+}
+
+TEST(AllocSweep, MatFileSaveAndLoad) {
+  const std::string path = testing::TempDir() + "/alloc_sweep.mat";
+  std::vector<named_value> vars{{"v", nested_value()}, {"s", std::make_shared<zo_obj>("x", type_string)}};
+  mat_save(path, vars, {mat_version::v6});
+  auto bytes = [&] {
+    std::string b;
+    if (FILE* f = std::fopen(path.c_str(), "rb")) {
+      for (int c; (c = std::fgetc(f)) != EOF;) b += static_cast<char>(c);
+      std::fclose(f);
+    }
+    return b;
+  };
+  for (mat_version ver : {mat_version::v6, mat_version::v7}) {
+    const std::string old = bytes();  // kept by every failed save
+    report("MAT-file save", sweep([&] { mat_save(path, vars, {ver}); }, [&] { return bytes() == old; }));
+    report("MAT-file load", sweep([&] { mat_load(path); }));
+  }
 }
 
 TEST(AllocSweep, DisplayOfNestedValues) {
