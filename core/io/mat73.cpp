@@ -49,7 +49,9 @@ class log_capture {
   ~log_capture() { log_text = outer_; }
   log_capture(const log_capture&) = delete;
   log_capture& operator=(const log_capture&) = delete;
-  std::string detail() const { return text_.empty() ? std::string() : str_format(tr("（%s）"), text_.c_str()); }
+  std::string detail() const {
+    return text_.empty() ? std::string() : str_format(tr("（%s）"), text_.c_str());
+  }
   bool empty() const { return text_.empty(); }
 
  private:
@@ -80,7 +82,8 @@ class mat_handle {
 
 mat_t* open_file(const std::string& path, const log_capture& log) {
   mat_t* m = Mat_Open(path.c_str(), MAT_ACC_RDONLY);
-  if (!m) throw std::runtime_error(str_format(tr("无法打开 MAT 文件 %s%s"), path.c_str(), log.detail().c_str()));
+  if (!m)
+    throw std::runtime_error(str_format(tr("无法打开 MAT 文件 %s%s"), path.c_str(), log.detail().c_str()));
   if (Mat_GetVersion(m) != MAT_FT_MAT73) {
     Mat_Close(m);
     throw std::runtime_error(str_format(tr("%s 不是 7.3 版 MAT 文件"), path.c_str()));
@@ -159,8 +162,8 @@ std::vector<loaded_value> mat73_read(std::string const& path, std::vector<std::s
     const std::string name = info->name;
     matvar_ptr v(Mat_VarRead(file.get(), name.c_str()));
     if (!v || !log.empty())
-      throw std::runtime_error(str_format(tr("无法读取 MAT 文件 %s 中的变量 %s%s"), path.c_str(), name.c_str(),
-                                          log.detail().c_str()));
+      throw std::runtime_error(str_format(tr("无法读取 MAT 文件 %s 中的变量 %s%s"), path.c_str(),
+                                          name.c_str(), log.detail().c_str()));
     out.emplace_back(name, mat73_from_matvar(v.get(), path, name, 0));
   }
   return out;

@@ -103,7 +103,8 @@ std::vector<unsigned short> mat73_utf16_of(const matrix<char>& text, std::vector
   std::vector<std::u16string> rows(static_cast<size_t>(lay.rows));
   std::vector<unsigned char> bytes(static_cast<size_t>(lay.n));
   for (long r = 0; r < lay.rows; ++r) {
-    for (long k = 0; k < lay.n; ++k) bytes[static_cast<size_t>(k)] = static_cast<unsigned char>(c.data()[lay.at(r, k)]);
+    for (long k = 0; k < lay.n; ++k)
+      bytes[static_cast<size_t>(k)] = static_cast<unsigned char>(c.data()[lay.at(r, k)]);
     std::u16string& out = rows[static_cast<size_t>(r)];
     for (size_t i = 0, len; i < bytes.size(); i += len) {
       const char32_t cp = decode_utf8(bytes.data(), bytes.size(), i, len);
