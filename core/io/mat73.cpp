@@ -9,6 +9,7 @@
 // is checked, and its size is held against the file's: HDF5's deflate
 // filter packs at most about 1,032 bytes into one, so a variable declaring
 // far more than that is refused before libmatio allocates anything for it.
+#include <hdf5.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -41,16 +42,26 @@ void log_to_text(int level, char* message) {
 class log_capture {
  public:
   log_capture() : outer_(log_text) {
-    // Also keeps HDF5's own error reports off the console.
-    static const bool installed = (Mat_LogInitFunc("zorvat_core", log_to_text), true);
+    // Installing the log function also keeps HDF5's own error reports off
+    // the console.  HDF5 is told first not to shut down at exit: after some
+    // damaged files it keeps internal state that its shutdown reports on
+    // the console ("infinite loop closing library"); every file of ours is
+    // closed by then anyway.
+    static const bool installed = (H5dont_atexit(), Mat_LogInitFunc("zorvat_core", log_to_text), true);
     (void)installed;
     log_text = &text_;
   }
   ~log_capture() { log_text = outer_; }
   log_capture(const log_capture&) = delete;
   log_capture& operator=(const log_capture&) = delete;
+  // The innermost reason of an HDF5 error stack (its last "minor:" line),
+  // else the first line that libmatio logged.
   std::string detail() const {
-    return text_.empty() ? std::string() : str_format(tr("（%s）"), text_.c_str());
+    if (text_.empty()) return std::string();
+    const size_t minor = text_.rfind("minor: ");
+    std::string reason = minor == std::string::npos ? text_ : text_.substr(minor + 7);
+    reason = reason.substr(0, reason.find_first_of("\n;"));
+    return str_format(tr("（%s）"), reason.c_str());
   }
   bool empty() const { return text_.empty(); }
 
