@@ -59,6 +59,9 @@
 #include "host/host_query.h"
 #include "host/host_services.h"
 
+// MAT-files
+#include "io/mat_file.h"
+
 // Plugins.
 #include "plugin/plugin_manager.h"
 #include "plugin/zx_types.h"

@@ -9,6 +9,7 @@
 // is checked, and its size is held against the file's: HDF5's deflate
 // filter packs at most about 1,032 bytes into one, so a variable declaring
 // far more than that is refused before libmatio allocates anything for it.
+#include <hdf5.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -41,15 +42,27 @@ void log_to_text(int level, char* message) {
 class log_capture {
  public:
   log_capture() : outer_(log_text) {
-    // Also keeps HDF5's own error reports off the console.
-    static const bool installed = (Mat_LogInitFunc("zorvat_core", log_to_text), true);
+    // Installing the log function also keeps HDF5's own error reports off
+    // the console.  HDF5 is told first not to shut down at exit: after some
+    // damaged files it keeps internal state that its shutdown reports on
+    // the console ("infinite loop closing library"); every file of ours is
+    // closed by then anyway.
+    static const bool installed = (H5dont_atexit(), Mat_LogInitFunc("zorvat_core", log_to_text), true);
     (void)installed;
     log_text = &text_;
   }
   ~log_capture() { log_text = outer_; }
   log_capture(const log_capture&) = delete;
   log_capture& operator=(const log_capture&) = delete;
-  std::string detail() const { return text_.empty() ? std::string() : str_format(tr("（%s）"), text_.c_str()); }
+  // The innermost reason of an HDF5 error stack (its last "minor:" line),
+  // else the first line that libmatio logged.
+  std::string detail() const {
+    if (text_.empty()) return std::string();
+    const size_t minor = text_.rfind("minor: ");
+    std::string reason = minor == std::string::npos ? text_ : text_.substr(minor + 7);
+    reason = reason.substr(0, reason.find_first_of("\n;"));
+    return str_format(tr("（%s）"), reason.c_str());
+  }
   bool empty() const { return text_.empty(); }
 
  private:
@@ -80,7 +93,8 @@ class mat_handle {
 
 mat_t* open_file(const std::string& path, const log_capture& log) {
   mat_t* m = Mat_Open(path.c_str(), MAT_ACC_RDONLY);
-  if (!m) throw std::runtime_error(str_format(tr("无法打开 MAT 文件 %s%s"), path.c_str(), log.detail().c_str()));
+  if (!m)
+    throw std::runtime_error(str_format(tr("无法打开 MAT 文件 %s%s"), path.c_str(), log.detail().c_str()));
   if (Mat_GetVersion(m) != MAT_FT_MAT73) {
     Mat_Close(m);
     throw std::runtime_error(str_format(tr("%s 不是 7.3 版 MAT 文件"), path.c_str()));
@@ -144,7 +158,7 @@ std::vector<loaded_value> mat73_read(std::string const& path, std::vector<std::s
   const std::vector<matvar_ptr> infos = read_infos(file.get(), path, log);
   for (const auto& want : names)
     if (std::none_of(infos.begin(), infos.end(), [&](const matvar_ptr& v) { return want == v->name; }))
-      throw std::runtime_error(str_format(tr("MAT 文件 %s 中没有变量 %s"), path.c_str(), want.c_str()));
+      throw std::runtime_error(str_format(tr("文件 %s 中没有变量 %s"), path.c_str(), want.c_str()));
   const unsigned long limit = data_limit(path);
   std::vector<const matvar_t*> chosen;
   for (const auto& v : infos) {
@@ -159,8 +173,8 @@ std::vector<loaded_value> mat73_read(std::string const& path, std::vector<std::s
     const std::string name = info->name;
     matvar_ptr v(Mat_VarRead(file.get(), name.c_str()));
     if (!v || !log.empty())
-      throw std::runtime_error(str_format(tr("无法读取 MAT 文件 %s 中的变量 %s%s"), path.c_str(), name.c_str(),
-                                          log.detail().c_str()));
+      throw std::runtime_error(str_format(tr("无法读取 MAT 文件 %s 中的变量 %s%s"), path.c_str(),
+                                          name.c_str(), log.detail().c_str()));
     out.emplace_back(name, mat73_from_matvar(v.get(), path, name, 0));
   }
   return out;

@@ -20,16 +20,16 @@
 
 // The real element types that a version 7.3 file holds, each with its class
 // and data type in libmatio:  X(element type, class, data type).
-#define ZORVAT_FOR_EACH_MAT73_REAL_TYPE(X)         \
-  X(double, MAT_C_DOUBLE, MAT_T_DOUBLE)            \
-  X(float, MAT_C_SINGLE, MAT_T_SINGLE)             \
-  X(signed char, MAT_C_INT8, MAT_T_INT8)           \
-  X(short, MAT_C_INT16, MAT_T_INT16)               \
-  X(int, MAT_C_INT32, MAT_T_INT32)                 \
-  X(long, MAT_C_INT64, MAT_T_INT64)                \
-  X(unsigned char, MAT_C_UINT8, MAT_T_UINT8)       \
-  X(unsigned short, MAT_C_UINT16, MAT_T_UINT16)    \
-  X(unsigned int, MAT_C_UINT32, MAT_T_UINT32)      \
+#define ZORVAT_FOR_EACH_MAT73_REAL_TYPE(X)      \
+  X(double, MAT_C_DOUBLE, MAT_T_DOUBLE)         \
+  X(float, MAT_C_SINGLE, MAT_T_SINGLE)          \
+  X(signed char, MAT_C_INT8, MAT_T_INT8)        \
+  X(short, MAT_C_INT16, MAT_T_INT16)            \
+  X(int, MAT_C_INT32, MAT_T_INT32)              \
+  X(long, MAT_C_INT64, MAT_T_INT64)             \
+  X(unsigned char, MAT_C_UINT8, MAT_T_UINT8)    \
+  X(unsigned short, MAT_C_UINT16, MAT_T_UINT16) \
+  X(unsigned int, MAT_C_UINT32, MAT_T_UINT32)   \
   X(unsigned long, MAT_C_UINT64, MAT_T_UINT64)
 
 namespace zorvat {
@@ -38,11 +38,11 @@ namespace internal {
 // libmatio's class and data type of a real element type.
 template <class T>
 struct mat73_real;
-#define ZORVAT_MAT73_REAL(T, C, D)                                \
-  template <>                                                     \
-  struct mat73_real<T> {                                          \
-    static constexpr matio_classes class_type = C;                \
-    static constexpr matio_types data_type = D;                   \
+#define ZORVAT_MAT73_REAL(T, C, D)                 \
+  template <>                                      \
+  struct mat73_real<T> {                           \
+    static constexpr matio_classes class_type = C; \
+    static constexpr matio_types data_type = D;    \
   };
 ZORVAT_FOR_EACH_MAT73_REAL_TYPE(ZORVAT_MAT73_REAL)
 #undef ZORVAT_MAT73_REAL
@@ -60,13 +60,13 @@ using mat73_arena = std::vector<std::shared_ptr<void>>;
 // The tree of one variable (name null inside cells and structures).  Every
 // buffer goes to `arena`.  Throws std::runtime_error naming `var` for a value
 // that a version 7.3 file cannot hold.
-matvar_ptr mat73_to_matvar(const char* name, const zo_obj* value, const std::string& var,
-                           mat73_arena& arena, int depth);
+matvar_ptr mat73_to_matvar(const char* name, const zo_obj* value, const std::string& var, mat73_arena& arena,
+                           int depth);
 
 // The value of a tree that libmatio read, after checking it; throws
 // std::runtime_error naming `var` and `path` for anything malformed.
-std::shared_ptr<zo_obj> mat73_from_matvar(const matvar_t* v, const std::string& path,
-                                          const std::string& var, int depth);
+std::shared_ptr<zo_obj> mat73_from_matvar(const matvar_t* v, const std::string& path, const std::string& var,
+                                          int depth);
 
 // What a variable's tree (read without data) declares: its kind, dims and
 // flags, with the bytes its data will take (cells and structures summed
@@ -76,8 +76,7 @@ mat_variable_info mat73_info(const matvar_t* v, const std::string& path, unsigne
 // The dims of a checked variable and their product; throws the corrupt-file
 // error for a null dims array, a rank below 1 or above the limit, or an
 // element count that does not fit.
-std::vector<long> mat73_dims(const matvar_t* v, const std::string& path, const std::string& var,
-                             long& count);
+std::vector<long> mat73_dims(const matvar_t* v, const std::string& path, const std::string& var, long& count);
 
 // The corrupt-file error for variable `var` of file `path`.
 [[noreturn]] void mat73_corrupt(const std::string& path, const std::string& var);
@@ -87,8 +86,9 @@ constexpr int mat73_max_depth = 200;
 
 // Char arrays: every row (a line along the second dimension, one per
 // subscript of the other dimensions) is converted on its own; rows that end
-// up of different lengths are padded with spaces at their end.  Invalid
-// UTF-8 becomes U+FFFD, unpaired surrogates too.
+// up of different lengths are padded with spaces at their end.  A byte that
+// starts no valid UTF-8 sequence stands for the character of its number;
+// unpaired surrogates read back as U+FFFD.
 // UTF-8 bytes -> UTF-16 code units, with the new dims.
 std::vector<unsigned short> mat73_utf16_of(const matrix<char>& text, std::vector<long>& dims);
 // UTF-16 code units (or code points for width 4, bytes for width 1) in

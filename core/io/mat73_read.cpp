@@ -5,6 +5,9 @@
 // before the data is touched, sparse indices are checked to lie inside the
 // matrix in increasing order, and a tree deeper than mat73_max_depth is
 // refused.  Any failure throws before a value is handed out.
+//
+// As for the level 5 layout: complex integers load as complex double, and
+// sparse matrices as sparse double, complex double or logical.
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -44,8 +47,8 @@ bool visit_real_class(int c, F&& f) {
 template <class D>
 bool convert_elements(const void* data, int t, size_t n, D* out) {
   switch (t) {
-#define ZORVAT_MAT73_TYPE_CASE(T, C, DT)                                          \
-  case DT:                                                                        \
+#define ZORVAT_MAT73_TYPE_CASE(T, C, DT)                                                    \
+  case DT:                                                                                  \
     for (size_t k = 0; k < n; ++k) out[k] = static_cast<D>(static_cast<const T*>(data)[k]); \
     return true;
     ZORVAT_FOR_EACH_MAT73_REAL_TYPE(ZORVAT_MAT73_TYPE_CASE)
@@ -64,7 +67,8 @@ P& fresh(std::shared_ptr<zo_obj>& out, zo_type t) {
 }
 
 [[noreturn]] void unsupported(const std::string& path, const std::string& var) {
-  throw std::runtime_error(str_format(tr("MAT 文件 %s 中的变量 %s 属于不能载入的类型"), path.c_str(), var.c_str()));
+  throw std::runtime_error(
+      str_format(tr("MAT 文件 %s 中的变量 %s 属于不能载入的类型"), path.c_str(), var.c_str()));
 }
 
 struct reader {
@@ -100,18 +104,17 @@ struct reader {
       if (n > 0) std::memcpy(m.data(), v->data, n * sizeof(T));
       return out;
     }
-    if constexpr (std::is_floating_point_v<T>) {
-      const auto* split = static_cast<const mat_complex_split_t*>(v->data);
-      if (n > 0) check(split->Re != nullptr && split->Im != nullptr);
-      auto& m = fresh<matrix<std::complex<T>>>(
-          out, std::is_same_v<T, double> ? type_complex_double : type_complex_single);
-      m.resize(dims);
-      for (size_t k = 0; k < n; ++k)
-        m.data()[k] = {static_cast<const T*>(split->Re)[k], static_cast<const T*>(split->Im)[k]};
-      return out;
-    } else {
-      unsupported(path, var);  // complex integers have no kind here
-    }
+    // Complex integers have no kind here: they load as complex double.
+    using R = std::conditional_t<std::is_same_v<T, float>, float, double>;
+    const auto* split = static_cast<const mat_complex_split_t*>(v->data);
+    if (n > 0) check(split->Re != nullptr && split->Im != nullptr);
+    auto& m = fresh<matrix<std::complex<R>>>(
+        out, std::is_same_v<R, double> ? type_complex_double : type_complex_single);
+    m.resize(dims);
+    for (size_t k = 0; k < n; ++k)
+      m.data()[k] = {static_cast<R>(static_cast<const T*>(split->Re)[k]),
+                     static_cast<R>(static_cast<const T*>(split->Im)[k])};
+    return out;
   }
 
   template <class T>
@@ -164,14 +167,16 @@ struct reader {
       std::vector<double> tmp(nnz);
       check(convert_elements(sp->data, v->data_type, nnz, tmp.data()));
       for (size_t k = 0; k < nnz; ++k) values[k] = tmp[k] != 0;
-      return adopt_sparse(sparse_matrix<bool>(m, n, static_cast<long>(nnz), ir.data(), jc.data(), values.get()),
-                          type_sparse_logical);
+      return adopt_sparse(
+          sparse_matrix<bool>(m, n, static_cast<long>(nnz), ir.data(), jc.data(), values.get()),
+          type_sparse_logical);
     }
     if (!v->isComplex) {
       std::vector<double> values(nnz > 0 ? nnz : 1);
       check(convert_elements(sp->data, v->data_type, nnz, values.data()));
-      return adopt_sparse(sparse_matrix<double>(m, n, static_cast<long>(nnz), ir.data(), jc.data(), values.data()),
-                          type_sparse_double);
+      return adopt_sparse(
+          sparse_matrix<double>(m, n, static_cast<long>(nnz), ir.data(), jc.data(), values.data()),
+          type_sparse_double);
     }
     const auto* split = static_cast<const mat_complex_split_t*>(sp->data);
     check(nnz == 0 || (split->Re && split->Im));
@@ -180,9 +185,9 @@ struct reader {
           convert_elements(split->Im, v->data_type, nnz, im.data()));
     std::vector<std::complex<double>> values(nnz > 0 ? nnz : 1);
     for (size_t k = 0; k < nnz; ++k) values[k] = {re[k], im[k]};
-    return adopt_sparse(
-        sparse_matrix<std::complex<double>>(m, n, static_cast<long>(nnz), ir.data(), jc.data(), values.data()),
-        type_sparse_complex_double);
+    return adopt_sparse(sparse_matrix<std::complex<double>>(m, n, static_cast<long>(nnz), ir.data(),
+                                                            jc.data(), values.data()),
+                        type_sparse_complex_double);
   }
 
   // The element pointers of a cell (count) or structure (count * fields).
@@ -198,7 +203,8 @@ struct reader {
     return e ? mat73_from_matvar(e, path, var, depth + 1) : out;
   }
 
-  std::shared_ptr<zo_obj> cell(const matvar_t* v, const std::vector<long>& dims, long count, int depth) const {
+  std::shared_ptr<zo_obj> cell(const matvar_t* v, const std::vector<long>& dims, long count,
+                               int depth) const {
     matvar_t* const* e = slots(v, static_cast<size_t>(count));
     std::shared_ptr<zo_obj> out;
     auto& c = fresh<cell_array>(out, type_cell);
@@ -207,7 +213,8 @@ struct reader {
     return out;
   }
 
-  std::shared_ptr<zo_obj> record(const matvar_t* v, const std::vector<long>& dims, long count, int depth) const {
+  std::shared_ptr<zo_obj> record(const matvar_t* v, const std::vector<long>& dims, long count,
+                                 int depth) const {
     const unsigned nfields = Mat_VarGetNumberOfFields(const_cast<matvar_t*>(v));
     char* const* names = nfields ? Mat_VarGetStructFieldnames(v) : nullptr;
     check(nfields == 0 || names != nullptr);
@@ -219,7 +226,8 @@ struct reader {
     for (unsigned f = 0; f < nfields; ++f) {
       check(names[f] != nullptr && names[f][0] != '\0' && !s.isfield(names[f]));
       auto& table = s.create_field_table(names[f]);
-      for (long i = 0; i < count; ++i) table.data()[i] = element(e[static_cast<size_t>(i) * nfields + f], depth);
+      for (long i = 0; i < count; ++i)
+        table.data()[i] = element(e[static_cast<size_t>(i) * nfields + f], depth);
     }
     return out;
   }
@@ -232,7 +240,8 @@ struct reader {
       str_format(tr("MAT 文件 %s 中的变量 %s 已损坏或格式无效"), path.c_str(), var.c_str()));
 }
 
-std::vector<long> mat73_dims(const matvar_t* v, const std::string& path, const std::string& var, long& count) {
+std::vector<long> mat73_dims(const matvar_t* v, const std::string& path, const std::string& var,
+                             long& count) {
   if (v->rank < 1 || v->rank > max_rank || !v->dims) mat73_corrupt(path, var);
   std::vector<long> dims(static_cast<size_t>(v->rank < 2 ? 2 : v->rank), 1);
   count = 1;
@@ -294,7 +303,9 @@ mat_variable_info info_impl(const matvar_t* v, const std::string& path, const st
       break;
     case MAT_C_SPARSE:
       info.is_sparse = true;
-      info.kind = v->isLogical ? type_sparse_logical : v->isComplex ? type_sparse_complex_double : type_sparse_double;
+      info.kind = v->isLogical   ? type_sparse_logical
+                  : v->isComplex ? type_sparse_complex_double
+                                 : type_sparse_double;
       break;
     case MAT_C_CELL:
     case MAT_C_STRUCT: {
@@ -322,15 +333,12 @@ mat_variable_info info_impl(const matvar_t* v, const std::string& path, const st
         using T = decltype(t);
         info.kind = v->isLogical ? type_logical : reader::kind_of<T>();
         if (v->isComplex && !v->isLogical)
-          info.kind = std::is_same_v<T, double>  ? type_complex_double
-                      : std::is_same_v<T, float> ? type_complex_single
-                                                 : type_error;
+          info.kind = std::is_same_v<T, float> ? type_complex_single : type_complex_double;
         add(static_cast<unsigned long>(count) * sizeof(T) * (v->isComplex ? 2 : 1));
       });
   }
   return info;
 }
-
 
 }  // namespace
 

@@ -13,8 +13,9 @@ namespace {
 
 constexpr char32_t replacement = 0xFFFD;
 
-// The code point at s[i..n) and its length; an invalid or cut sequence is
-// one byte standing for U+FFFD.
+// The code point at s[i..n) and its length; a byte that starts no valid
+// sequence stands for the character of its own number (as the level 5
+// writer reads it).
 char32_t decode_utf8(const unsigned char* s, size_t n, size_t i, size_t& len) {
   const unsigned char b = s[i];
   len = 1;
@@ -28,13 +29,13 @@ char32_t decode_utf8(const unsigned char* s, size_t n, size_t i, size_t& len) {
   } else if ((b & 0xF8) == 0xF0) {
     need = 3, cp = b & 0x07, min = 0x10000;
   } else {
-    return replacement;
+    return b;
   }
   for (size_t k = 1; k <= need; ++k) {
-    if (i + k >= n || (s[i + k] & 0xC0) != 0x80) return replacement;
+    if (i + k >= n || (s[i + k] & 0xC0) != 0x80) return b;
     cp = (cp << 6) | (s[i + k] & 0x3F);
   }
-  if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return replacement;
+  if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return b;
   len = need + 1;
   return cp;
 }
@@ -102,7 +103,8 @@ std::vector<unsigned short> mat73_utf16_of(const matrix<char>& text, std::vector
   std::vector<std::u16string> rows(static_cast<size_t>(lay.rows));
   std::vector<unsigned char> bytes(static_cast<size_t>(lay.n));
   for (long r = 0; r < lay.rows; ++r) {
-    for (long k = 0; k < lay.n; ++k) bytes[static_cast<size_t>(k)] = static_cast<unsigned char>(c.data()[lay.at(r, k)]);
+    for (long k = 0; k < lay.n; ++k)
+      bytes[static_cast<size_t>(k)] = static_cast<unsigned char>(c.data()[lay.at(r, k)]);
     std::u16string& out = rows[static_cast<size_t>(r)];
     for (size_t i = 0, len; i < bytes.size(); i += len) {
       const char32_t cp = decode_utf8(bytes.data(), bytes.size(), i, len);

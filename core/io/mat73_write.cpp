@@ -5,8 +5,10 @@
 // complex arrays are split into their real and imaginary parts, logical
 // arrays go as uint8 with the logical flag, char arrays as UTF-16 code units,
 // sparse matrices as packed 32-bit row and column indices (libmatio's
-// limit), sparse single as sparse double.  An empty cell slot or structure
-// field is written as an empty 0x0 double.
+// limit), sparse single as sparse double, string arrays as cells of char
+// rows.  An empty cell slot or structure field is written as an empty 0x0
+// double.  libmatio writes an empty array without its complex flag, so an
+// empty complex array comes back real.
 #include <algorithm>
 #include <complex>
 #include <cstdint>
@@ -49,12 +51,12 @@ matvar_ptr checked(matvar_t* v, const std::string& var) {
   return matvar_ptr(v);
 }
 
-matvar_ptr make_var(const char* name, matio_classes c, matio_types t, std::vector<long> dims,
-                    void* data, int flags, const std::string& var) {
+matvar_ptr make_var(const char* name, matio_classes c, matio_types t, std::vector<long> dims, void* data,
+                    int flags, const std::string& var) {
   std::vector<size_t> d = size_dims(dims);
-  return checked(Mat_VarCreate(name, c, t, static_cast<int>(d.size()), d.data(), data,
-                               flags | MAT_F_DONT_COPY_DATA),
-                 var);
+  return checked(
+      Mat_VarCreate(name, c, t, static_cast<int>(d.size()), d.data(), data, flags | MAT_F_DONT_COPY_DATA),
+      var);
 }
 
 // A real or complex dense array of a real element type of the table.
@@ -75,8 +77,8 @@ matvar_ptr dense_var(const char* name, const matrix<T>& m, const std::string& va
     arena.push_back(c);
     if constexpr (std::is_same_v<T, bool>) {
       static_assert(sizeof(bool) == 1, "logical arrays are written as their bytes");
-      return make_var(name, MAT_C_UINT8, MAT_T_UINT8, c->dim_vec(), n ? c->data() : nullptr,
-                      MAT_F_LOGICAL, var);
+      return make_var(name, MAT_C_UINT8, MAT_T_UINT8, c->dim_vec(), n ? c->data() : nullptr, MAT_F_LOGICAL,
+                      var);
     } else {
       return make_var(name, mat73_real<T>::class_type, mat73_real<T>::data_type, c->dim_vec(),
                       n ? c->data() : nullptr, 0, var);
@@ -104,8 +106,7 @@ matvar_ptr sparse_var(const char* name, const sparse_matrix<T>& s, const std::st
         tr("变量 %s 是 %ldx%ld 的稀疏矩阵，有 %lu 个非零元素：7.3 版 MAT 文件的稀疏矩阵最多 4294967295 行、"
            "4294967294 列和 4294967295 个非零元素"),
         var.c_str(), m, n, nnz));
-  using R = std::conditional_t<std::is_same_v<T, bool>, unsigned char,
-                               double>;
+  using R = std::conditional_t<std::is_same_v<T, bool>, unsigned char, double>;
   auto* ir = arena_buffer<mat_uint32_t>(arena, nnz);
   auto* jc = arena_buffer<mat_uint32_t>(arena, static_cast<size_t>(n) + 1);
   R* re = arena_buffer<R>(arena, nnz);
@@ -140,8 +141,8 @@ matvar_ptr sparse_var(const char* name, const sparse_matrix<T>& s, const std::st
     flags = MAT_F_COMPLEX;
   }
   if constexpr (std::is_same_v<T, bool>) flags = MAT_F_LOGICAL;
-  return make_var(name, MAT_C_SPARSE, std::is_same_v<T, bool> ? MAT_T_UINT8 : MAT_T_DOUBLE, {m, n}, sp,
-                  flags, var);
+  return make_var(name, MAT_C_SPARSE, std::is_same_v<T, bool> ? MAT_T_UINT8 : MAT_T_DOUBLE, {m, n}, sp, flags,
+                  var);
 }
 
 // The element or field value at position i; a null one stands for an empty
@@ -159,7 +160,8 @@ void adopt(matvar_t* v, size_t slot, matvar_ptr e, const std::string& var, Set s
   auto** slots = static_cast<matvar_t**>(v->data);
   if (!slots) throw std::runtime_error(str_format(tr("无法为 MAT 文件准备变量 %s"), var.c_str()));
   set(e.get());
-  if (slots[slot] != e.get()) throw std::runtime_error(str_format(tr("无法为 MAT 文件准备变量 %s"), var.c_str()));
+  if (slots[slot] != e.get())
+    throw std::runtime_error(str_format(tr("无法为 MAT 文件准备变量 %s"), var.c_str()));
   e.release();
 }
 
@@ -170,12 +172,12 @@ matvar_ptr cell_var(const char* name, const cell_array& c, const std::string& va
     throw std::runtime_error(str_format(tr("变量 %s 的单元数组有 %ld 个元素，7.3 版 MAT 文件最多写入 %d 个"),
                                         var.c_str(), elements.size(), std::numeric_limits<int>::max()));
   std::vector<size_t> d = size_dims(elements.dim_vec());
-  matvar_ptr v = checked(Mat_VarCreate(name, MAT_C_CELL, MAT_T_CELL, static_cast<int>(d.size()), d.data(),
-                                       nullptr, 0),
-                         var);
+  matvar_ptr v = checked(
+      Mat_VarCreate(name, MAT_C_CELL, MAT_T_CELL, static_cast<int>(d.size()), d.data(), nullptr, 0), var);
   for (long i = 0; i < elements.size(); ++i)
-    adopt(v.get(), static_cast<size_t>(i), mat73_to_matvar(nullptr, element_at(elements, i), var, arena, depth + 1),
-          var, [&](matvar_t* e) { Mat_VarSetCell(v.get(), static_cast<int>(i), e); });
+    adopt(v.get(), static_cast<size_t>(i),
+          mat73_to_matvar(nullptr, element_at(elements, i), var, arena, depth + 1), var,
+          [&](matvar_t* e) { Mat_VarSetCell(v.get(), static_cast<int>(i), e); });
   return v;
 }
 
@@ -185,13 +187,14 @@ matvar_ptr struct_var(const char* name, const structure& s, const std::string& v
   std::vector<const char*> fields;
   for (const auto& f : names) {
     if (f.empty() || f.find('/') != std::string::npos || f.find('\0') != std::string::npos)
-      throw std::runtime_error(str_format(tr("变量 %s 的结构体字段名“%s”不能写入 7.3 版 MAT 文件"), var.c_str(),
-                                          f.c_str()));
+      throw std::runtime_error(
+          str_format(tr("变量 %s 的结构体字段名“%s”不能写入 7.3 版 MAT 文件"), var.c_str(), f.c_str()));
     fields.push_back(f.c_str());
   }
   fields.push_back(nullptr);
   std::vector<size_t> d = size_dims(s.dim_vec());
-  matvar_ptr v = checked(Mat_VarCreateStruct2(name, static_cast<int>(d.size()), d.data(), fields.data()), var);
+  matvar_ptr v =
+      checked(Mat_VarCreateStruct2(name, static_cast<int>(d.size()), d.data(), fields.data()), var);
   const long records = s.numel();
   for (size_t f = 0; f < names.size(); ++f) {
     const auto table = s.get_field_table(names[f]).contiguous();
@@ -201,6 +204,21 @@ matvar_ptr struct_var(const char* name, const structure& s, const std::string& v
             [&](matvar_t* e) { Mat_VarSetStructFieldByIndex(v.get(), f, static_cast<size_t>(i), e); });
   }
   return v;
+}
+
+// A string array as a cell of the same dims whose elements are char rows.
+matvar_ptr strings_var(const char* name, const matrix<std::string>& strings, const std::string& var,
+                       mat73_arena& arena, int depth) {
+  const auto elements = strings.contiguous();
+  cell_array rows(elements.dim_vec());
+  for (long i = 0; i < elements.size(); ++i) {
+    const std::string& t = elements.data()[i];
+    auto row = std::make_unique<matrix<char>>(1, static_cast<long>(t.size()));
+    std::copy(t.begin(), t.end(), row->data());
+    zo_obj value(type_char, row.release());
+    rows.data().data()[i] = std::make_shared<zo_obj>(std::move(value));
+  }
+  return cell_var(name, rows, var, arena, depth);
 }
 
 template <class P>
@@ -214,12 +232,19 @@ struct sparse_elements<sparse_matrix<T>> : std::true_type {};
 
 }  // namespace
 
-matvar_ptr mat73_to_matvar(const char* name, const zo_obj* value, const std::string& var,
-                           mat73_arena& arena, int depth) {
+matvar_ptr mat73_to_matvar(const char* name, const zo_obj* value, const std::string& var, mat73_arena& arena,
+                           int depth) {
   if (depth > mat73_max_depth)
     throw std::runtime_error(
         str_format(tr("变量 %s 的单元数组或结构体嵌套超过 %d 层，不能保存"), var.c_str(), mat73_max_depth));
   const zo_type t = value->type;
+  if (!value->payload() && ((t >= type_int8 && t <= type_logical) || t == type_cell || t == type_struct ||
+                            t == type_string || (t >= type_sparse_double && t <= type_sparse_logical))) {
+    // A value without its payload stands for an empty one of its kind.
+    zo_obj empty;
+    empty.reset(t, true);
+    if (empty.payload()) return mat73_to_matvar(name, &empty, var, arena, depth);
+  }
   matvar_ptr v;
   if (value->payload())
     v = visit_kind(t, [&](auto k) -> matvar_ptr {
@@ -235,6 +260,8 @@ matvar_ptr mat73_to_matvar(const char* name, const zo_obj* value, const std::str
         return cell_var(name, *p, var, arena, depth);
       else if constexpr (std::is_same_v<P, structure>)
         return struct_var(name, *p, var, arena, depth);
+      else if constexpr (std::is_same_v<P, matrix<std::string>>)
+        return strings_var(name, *p, var, arena, depth);
       else
         return nullptr;
     });

@@ -1,6 +1,7 @@
 // The host of the host writers' tutorial: registers the callbacks, makes and
-// shows values, switches display formats, loads the tutorial's plugin, uses
-// it and unloads it with the clearing hook installed.
+// shows values, switches display formats, saves the values to a MAT-file and
+// loads some back, loads the tutorial's plugin, uses it and unloads it with
+// the clearing hook installed.
 //   host_sample PLUGIN_ROOT DATA_DIR
 #include <zorvat.h>
 
@@ -125,6 +126,17 @@ int main(int argc, char** argv) {
                                 window_width(), 1 << 16);
   global::fmt_fl = {global::format_short, global::spacing_loose};  // back to the start
   //! [formats]
+
+  //! [save_load]
+  // The workspace to a version 7.3 MAT-file (mat_save writes version 7
+  // without options) and two of its variables back.
+  const std::string file = "host_sample.mat";
+  mat_save(file, std::vector<named_value>(workspace.begin(), workspace.end()), {mat_version::v7_3});
+  for (const mat_variable_info& v : mat_list(file))  // without reading the data
+    std::printf("%s: %s %ldx%ld\n", v.name.c_str(), type_str(v.kind), v.dims[0], v.dims[1]);
+  for (auto& [name, value] : mat_load(file, {"s", "a"})) workspace[name] = value;
+  std::remove(file.c_str());
+  //! [save_load]
 
   //! [plugin]
   auto& mgr = global::plugin_mgr();

@@ -32,13 +32,19 @@ d, st
 who
 save part.mat -v7.3 d st
 load part.mat
+% A string array goes as a cell of char rows.
+s = "a string";
+save str.mat s
+load str.mat
+s
 % Errors: the message names the file or the variable, and nothing changes.
 load missing.mat
 load v7.mat d nosuch
+load v73.mat d nosuch
 save bad.mat nosuch
-s = "a string";
+f = @quat;
 save bad.mat
-save bad.mat s
+save bad.mat f -v7.3
 save bad.mat d -v8
 load v7.mat -v7
 save
