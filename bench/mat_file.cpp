@@ -8,7 +8,7 @@
 // 2. Version 7, 1e7 random doubles and 1e7 smooth ones: mat_save against
 //    zlib's compress2 at its default level (in memory, no file), with
 //    "size" our file over zlib's stream; mat_load against zlib's uncompress
-//    of that stream into its exact size.
+//    of our file's stream (read into memory beforehand) into its size.
 // 3. A cell of N short strings and a structure of N fields, version 7: the
 //    time per element of mat_save and mat_load ("ns_per_element"), N = 1e3,
 //    1e4, 1e5.
@@ -107,6 +107,14 @@ void BM_V7(benchmark::State& state) {
   uLongf zn = compressBound(m.size() * 8);
   std::vector<Bytef> z(zn);
   compress2(z.data(), &zn, reinterpret_cast<const Bytef*>(m.data()), m.size() * 8, Z_DEFAULT_COMPRESSION);
+  // The stream of our file (the variable's compressed element), for the
+  // load's baseline.
+  std::vector<Bytef> ours(file_size(path));
+  FILE* f = std::fopen(path.c_str(), "rb");
+  benchmark::DoNotOptimize(std::fread(ours.data(), 1, ours.size(), f));
+  std::fclose(f);
+  const Bytef* stream = ours.data() + 136;
+  const uLong stream_n = ours.size() - 136;
   std::vector<double> ratios;
   for (auto _ : state) {
     auto t0 = clock_type::now();
@@ -116,9 +124,9 @@ void BM_V7(benchmark::State& state) {
       mat_save(path, {{"x", v}});
     auto t1 = clock_type::now();
     if (load) {
-      uLongf n = m.size() * 8;
+      uLongf n = m.size() * 8 + 256;
       Bytef* d = static_cast<Bytef*>(std::malloc(n));
-      uncompress(d, &n, z.data(), zn);
+      uncompress(d, &n, stream, stream_n);
       std::free(d);
     } else {
       uLongf n = compressBound(m.size() * 8);

@@ -1,4 +1,4 @@
-// Loading level 5 MAT-files (versions 6 and 7, either byte order) from
+// Loading MAT-files of versions 4, 6 and 7 (either byte order) from
 // arbitrary bytes: every input either loads or throws a std::exception;
 // nothing crashes, hangs, leaks or allocates beyond what the input can hold.
 // A loaded value is walked whole, so a value built wrongly shows up.
@@ -8,6 +8,7 @@
 #include <string>
 
 #include "io/mat5_detail.h"
+#include "io/mat_detail.h"
 #include "value/cell_array.h"
 #include "value/structure.h"
 
@@ -28,8 +29,12 @@ long walk(const zorvat::zo_obj* v) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   try {
-    for (const auto& [name, value] : zorvat::internal::mat5_read_memory(data, size, {}, "fuzz"))
-      walk(value.get());
+    if (zorvat::internal::mat4_looks_like(data, size))
+      for (const auto& [name, value] : zorvat::internal::mat4_read_memory(data, size, {}, "fuzz", nullptr))
+        walk(value.get());
+    else
+      for (const auto& [name, value] : zorvat::internal::mat5_read_memory(data, size, {}, "fuzz"))
+        walk(value.get());
   } catch (const std::exception&) {
   }
   return 0;

@@ -23,6 +23,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -156,10 +157,15 @@ struct reader {
       }
       for (std::uint64_t k = 0; k < n; ++k) {
         const S v = load<S>(e.data + k * sizeof(S), swap);
-        if constexpr (std::is_same_v<R, bool>)
+        if constexpr (std::is_same_v<R, bool>) {
           out[k * step] = v != 0;
-        else
+        } else if constexpr (std::is_integral_v<R> && std::is_floating_point_v<S>) {
+          // Saturated, NaN as 0: a number outside R has no conversion.
+          using L = std::numeric_limits<R>;
+          out[k * step] = !(v == v) ? R(0) : v <= S(L::min()) ? L::min() : v >= S(L::max()) ? L::max() : static_cast<R>(v);
+        } else {
           out[k * step] = static_cast<R>(v);
+        }
       }
     };
     switch (e.type) {
@@ -186,7 +192,7 @@ struct reader {
       using R = typename T::value_type;
       R* parts = reinterpret_cast<R*>(m->data());
       convert(re, h.count, parts, 2);
-      convert(next(p, end), h.count, parts + 1, 2);
+      convert(next(p, end), h.count, parts ? parts + 1 : parts, 2);  // no block when empty
     } else {
       convert(re, h.count, m->data(), 1);
     }
@@ -218,8 +224,10 @@ struct reader {
       // Some writers leave out the data of a short blank text.
       units.assign(h.count, ' ');
     } else {
-      units.resize(h.count);
       const element as_int{e.type == mi_utf16 ? mi_uint16 : e.type == mi_utf32 ? mi_uint32 : e.type, e.data, e.bytes};
+      const std::size_t size = mat5_type_size(as_int.type);
+      if (size == 0 || e.bytes % size || e.bytes / size != h.count) corrupt();  // before allocating
+      units.resize(h.count);
       convert(as_int, h.count, units.data(), 1);
     }
     return std::make_shared<zo_obj>(type_char, new matrix<char>(mat5_units_to_chars(h.dims, units.data())));
@@ -490,7 +498,8 @@ void with_file(const std::string& path, F f) {
   mapping m;
   if (::fstat(fd, &st) == 0 && st.st_size > 0) {
     m.size = static_cast<std::size_t>(st.st_size);
-    m.p = ::mmap(nullptr, m.size, PROT_READ, MAP_PRIVATE, fd, 0);
+    // Populated at once: demand faults page by page cost more than the read.
+    m.p = ::mmap(nullptr, m.size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
   }
   const int err = errno;
   ::close(fd);

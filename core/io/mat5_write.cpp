@@ -313,6 +313,7 @@ struct writer {
       for (long j = 0; j < cols; ++j) {
         const long k0 = s.jc()[j], len = s.jce()[j] - k0;
         put_converted(s.pr() + k0, len, logical ? 1 : 8, [part](const T& x, unsigned char* o) {
+          (void)part;  // read by the complex forms only
           if constexpr (std::is_same_v<T, bool>) {
             *o = x ? 1 : 0;
           } else if constexpr (std::is_arithmetic_v<T>) {

@@ -6,6 +6,7 @@
 // temporary path; a reader returns every requested variable or throws.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,13 @@ namespace internal {
 void mat5_write(std::string const& path, std::vector<named_value> const& vars, bool compress);
 std::vector<loaded_value> mat5_read(std::string const& path, std::vector<std::string> const& names);
 std::vector<mat_variable_info> mat5_list(std::string const& path);
+
+// Version 4 (mat4_read.cpp), loading only: whether the first bytes look like
+// it, and its variables (with `list`, only their descriptions, appended there).
+bool mat4_looks_like(const unsigned char* data, std::size_t size);
+std::vector<loaded_value> mat4_read_memory(const unsigned char* data, std::size_t size,
+                                           const std::vector<std::string>& names, const std::string& label,
+                                           std::vector<mat_variable_info>* list);
 
 // Version 7.3: HDF5 (mat73.cpp).
 void mat73_write(std::string const& path, std::vector<named_value> const& vars);

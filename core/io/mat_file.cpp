@@ -9,6 +9,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <stdexcept>
 
@@ -66,7 +68,7 @@ void check_values(const std::vector<named_value>& vars) {
 }
 
 // The version of the MAT-file at `path` from its header.
-enum class file_kind { level5, hdf5 };
+enum class file_kind { level4, level5, hdf5 };
 file_kind detect(const std::string& path) {
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) fail_file(tr("无法打开文件 %s：%s"), path, errno);
@@ -75,6 +77,7 @@ file_kind detect(const std::string& path) {
   const ssize_t n = ::pread(fd, h, sizeof h, 0);
   const ssize_t m = ::pread(fd, sig, sizeof sig, 512);
   ::close(fd);
+  if (n >= 4 && mat4_looks_like(h, static_cast<std::size_t>(n))) return file_kind::level4;
   if (n == static_cast<ssize_t>(sizeof h)) {
     const bool little = h[126] == 'I' && h[127] == 'M', big = h[126] == 'M' && h[127] == 'I';
     const unsigned version = little ? h[124] | (h[125] << 8) : (h[124] << 8) | h[125];
@@ -98,6 +101,13 @@ void fsync_path(const std::string& path, int flags, bool required) {
   const int err = fd < 0 ? errno : ::fsync(fd) != 0 ? errno : 0;
   if (fd >= 0) ::close(fd);
   if (err && required) fail_file(tr("无法写入文件 %s：%s"), path, err);
+}
+
+// The bytes of a (version 4, so small) file.
+std::string whole_file(const std::string& path) {
+  std::ifstream f(path, std::ios::binary);
+  if (!f) fail_file(tr("无法打开文件 %s：%s"), path, errno);
+  return std::string(std::istreambuf_iterator<char>(f), {});
 }
 
 }  // namespace
@@ -135,13 +145,27 @@ void mat_save(const std::string& path, const std::vector<named_value>& vars, con
 }
 
 std::vector<loaded_value> mat_load(const std::string& path, const std::vector<std::string>& names) {
-  if (internal::detect(path) == internal::file_kind::hdf5) return internal::mat73_read(path, names);
-  return internal::mat5_read(path, names);
+  switch (internal::detect(path)) {
+    case internal::file_kind::hdf5: return internal::mat73_read(path, names);
+    case internal::file_kind::level4: {
+      const std::string b = internal::whole_file(path);
+      return internal::mat4_read_memory(reinterpret_cast<const unsigned char*>(b.data()), b.size(), names, path, nullptr);
+    }
+    default: return internal::mat5_read(path, names);
+  }
 }
 
 std::vector<mat_variable_info> mat_list(const std::string& path) {
-  if (internal::detect(path) == internal::file_kind::hdf5) return internal::mat73_list(path);
-  return internal::mat5_list(path);
+  switch (internal::detect(path)) {
+    case internal::file_kind::hdf5: return internal::mat73_list(path);
+    case internal::file_kind::level4: {
+      const std::string b = internal::whole_file(path);
+      std::vector<mat_variable_info> list;
+      internal::mat4_read_memory(reinterpret_cast<const unsigned char*>(b.data()), b.size(), {}, path, &list);
+      return list;
+    }
+    default: return internal::mat5_list(path);
+  }
 }
 
 std::vector<std::string> save_ws(const std::string& path, const std::vector<std::string>& names,

@@ -44,7 +44,8 @@
 //     load as structures (the class name is dropped); repeated field names
 //     become _1_name, _2_name, ...; function handles and other classes that
 //     have no kind here are refused; the nameless subsystem variable is
-//     skipped; variable names must be ASCII.  Version 4 files are refused.
+//     skipped; variable names must be ASCII.  Version 4 files load too
+//     (numbers as double or complex double, text, sparse; never written).
 //   - Versions 6 and 7 hold variables below 2^31 bytes each (a larger one is
 //     refused, naming it and pointing at version 7.3).
 //   - Errors: a file that cannot be opened, written, renamed or parsed, and a
