@@ -107,7 +107,10 @@ std::vector<matvar_ptr> read_infos(mat_t* m, const std::string& path, const log_
   std::vector<matvar_ptr> infos;
   while (matvar_t* v = Mat_VarReadNextInfo(m)) {
     infos.emplace_back(v);
+    // Variable names are ASCII, as in the level 5 layout.
     if (!v->name) mat73_corrupt(path, "");
+    for (const char* c = v->name; *c; ++c)
+      if (static_cast<unsigned char>(*c) >= 0x80) mat73_corrupt(path, v->name);
   }
   if (!log.empty())
     throw std::runtime_error(
