@@ -11,6 +11,10 @@
 //   pairs of timings of its two sides taken back to back (subject, then
 //   baseline), so that a change in the machine's load between the two runs
 //   of a pair moves both.  The counters are the ratios.
+// Measured on a loaded 2-core VM (CPU time, medians of the pairs): export
+// 1e7 / 1e3 = 0.999-1.009, import 1e7 / 1e3 = 0.993-0.997, export / scalar
+// 0.23-0.25 (18 ns against 80 ns), import / scalar 1.39-1.42 (114 ns: the
+// tensor's dims and strides, the value with its empty array, the block).
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

@@ -67,10 +67,6 @@ std::shared_ptr<zo_container<T>> make_block(long n) {
   return c;
 }
 
-}  // namespace
-
-namespace {
-
 // A block whose elements belong to someone else: the callback gives them
 // back, and the base's release then sees no data.
 template <class T>
