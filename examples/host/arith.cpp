@@ -25,8 +25,6 @@ namespace {
 
 bool is_int_kind(int t) { return zorvat::internal::is_integer_kind(t); }
 bool is_single_kind(int t) { return t == zorvat::type_single || t == zorvat::type_complex_single; }
-// Dense complex arrays: the only complex operands of the host's arithmetic.
-bool is_complex_kind(int t) { return zorvat::internal::is_complex_kind(t) && !zorvat::internal::is_sparse_kind(t); }
 
 std::string dims_text(const std::vector<long>& d) {
   std::string s;
@@ -36,7 +34,8 @@ std::string dims_text(const std::vector<long>& d) {
 
 }  // namespace
 
-bool is_complex_kind(int t) { return t == zorvat::type_complex_double || t == zorvat::type_complex_single; }
+// Dense complex arrays: the only complex operands of the host's arithmetic.
+bool is_complex_kind(int t) { return zorvat::internal::is_complex_kind(t) && !zorvat::internal::is_sparse_kind(t); }
 
 zo_type result_kind(int a, int b, int col) {
   const bool ia = is_int_kind(a), ib = is_int_kind(b);

@@ -180,7 +180,7 @@ bool session::run_command(const std::vector<std::string>& w) {
     plugins_.insert(w[2]);
     // A built-in function keeps its name; the plugin's is reached as plug::f.
     for (const auto& f : mgr.get_export_function_list(w[2]))
-      if (is_builtin(f))
+      if (find_builtin(f))
         zorvat::write_to_cerr_flush(str_format(tr("警告：插件 %s 的函数 %s 与内置函数同名；用 %s::%s(...) 调用它"),
                                                w[2].c_str(), f.c_str(), w[2].c_str(), f.c_str()) +
                                     "\n");
