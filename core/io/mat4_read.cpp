@@ -100,7 +100,7 @@ struct mat4_reader {
       to_double(b, n, h, codes.data(), 1);
       std::vector<std::uint32_t> units(n);
       for (std::uint64_t k = 0; k < n; ++k) units[k] = codes[k] >= 0 && codes[k] < 0x110000 ? static_cast<std::uint32_t>(codes[k]) : 0xFFFD;
-      return std::make_shared<zo_obj>(type_char, new matrix<char>(mat5_units_to_chars(dims, units.data())));
+      return mat_value(type_char, std::make_unique<matrix<char>>(mat5_units_to_chars(dims, units.data())));
     }
     if (h.t == 2) {
       // Rows of (row, col, re[, im]), 1-based; the last row holds the dims.
@@ -117,25 +117,23 @@ struct mat4_reader {
       if (h.cols == 4) {
         std::vector<triplet<std::complex<double>>> e;
         for (long k = 0; k < nz; ++k) e.push_back({{t[2 * h.rows + k], t[3 * h.rows + k]}, coords(k, 1), coords(k, 0)});
-        return std::make_shared<zo_obj>(type_sparse_complex_double,
-                                        new sparse_matrix<std::complex<double>>(e, long(m), long(c)));
+        return mat_value(type_sparse_complex_double,
+                         std::make_unique<sparse_matrix<std::complex<double>>>(e, long(m), long(c)));
       }
       std::vector<triplet<double>> e;
       for (long k = 0; k < nz; ++k) e.push_back({t[2 * h.rows + k], coords(k, 1), coords(k, 0)});
-      return std::make_shared<zo_obj>(type_sparse_double, new sparse_matrix<double>(e, long(m), long(c)));
+      return mat_value(type_sparse_double, std::make_unique<sparse_matrix<double>>(e, long(m), long(c)));
     }
     if (h.imag) {
-      auto z = new matrix<std::complex<double>>(dims);
-      std::shared_ptr<zo_obj> v = std::make_shared<zo_obj>(type_complex_double, z);
+      auto z = std::make_unique<matrix<std::complex<double>>>(dims);
       double* parts = reinterpret_cast<double*>(z->data());
       to_double(b, n, h, parts, 2);
       if (n) to_double(b + n * elem_size(h.p), n, h, parts + 1, 2);  // no block when empty
-      return v;
+      return mat_value(type_complex_double, std::move(z));
     }
-    auto d = new matrix<double>(dims);
-    std::shared_ptr<zo_obj> v = std::make_shared<zo_obj>(type_double, d);
+    auto d = std::make_unique<matrix<double>>(dims);
     to_double(b, n, h, d->data(), 1);
-    return v;
+    return mat_value(type_double, std::move(d));
   }
 };
 

@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include <vector>
@@ -110,6 +111,14 @@ inline constexpr std::uint64_t mat5_pad8(std::uint64_t n) { return (n + 7) & ~st
 // reads a file; `label` names it in messages.
 std::vector<loaded_value> mat5_read_memory(const unsigned char* data, std::size_t size,
                                            const std::vector<std::string>& names, const std::string& label);
+
+// A new value of kind `kind` owning *p; p is deleted when anything fails.
+template <class P>
+std::shared_ptr<zo_obj> mat_value(zo_type kind, std::unique_ptr<P> p) {
+  auto v = std::make_shared<zo_obj>();
+  *v = zo_obj(kind, p.release());
+  return v;
+}
 
 // Chars (mat5_text.cpp).  The width of the UTF-16 form of the char array m
 // (contiguous): its lines converted and padded with blanks to the longest;

@@ -196,7 +196,7 @@ struct reader {
     } else {
       convert(re, h.count, m->data(), 1);
     }
-    return std::make_shared<zo_obj>(kind, m.release());
+    return mat_value(kind, std::move(m));
   }
 
   std::shared_ptr<zo_obj> chars(const array_header& h, bytes_t& p, bytes_t end) const {
@@ -230,7 +230,7 @@ struct reader {
       units.resize(h.count);
       convert(as_int, h.count, units.data(), 1);
     }
-    return std::make_shared<zo_obj>(type_char, new matrix<char>(mat5_units_to_chars(h.dims, units.data())));
+    return mat_value(type_char, std::make_unique<matrix<char>>(mat5_units_to_chars(h.dims, units.data())));
   }
 
   template <class T>
@@ -270,7 +270,7 @@ struct reader {
     }
     auto s = std::make_unique<sparse_matrix<T>>(rows, cols, nnz, ir.data(), jc.data(), pr.get());
     if (!sorted) s->reorder();
-    return std::make_shared<zo_obj>(kind, s.release());
+    return mat_value(kind, std::move(s));
   }
 
   // The next element of [p, end) as a nested value (cells and structures).
@@ -285,7 +285,7 @@ struct reader {
     if (h.count > static_cast<std::uint64_t>(end - p) / 8) corrupt();
     matrix<cell_array::element> slots(h.dims);
     for (std::uint64_t k = 0; k < h.count; ++k) slots.data()[k] = nested(p, end, depth);
-    return std::make_shared<zo_obj>(type_cell, new cell_array(std::move(slots)));
+    return mat_value(type_cell, std::make_unique<cell_array>(std::move(slots)));
   }
 
   std::shared_ptr<zo_obj> record(const array_header& h, bytes_t& p, bytes_t end, int depth) const {
@@ -309,7 +309,7 @@ struct reader {
     }
     for (std::uint64_t r = 0; r < (nf ? h.count : 0); ++r)
       for (auto* t : tables) t->data()[r] = nested(p, end, depth);
-    return std::make_shared<zo_obj>(type_struct, s.release());
+    return mat_value(type_struct, std::move(s));
   }
 
   // The value of the miMATRIX content [p, end); h gets its header.  An

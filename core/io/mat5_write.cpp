@@ -53,6 +53,7 @@ class file_sink : public sink {
     if (fd_ >= 0) ::close(fd_);
   }
   void put(const void* p, std::size_t n) override {
+    if (n == 0) return;  // p may be null (an empty array's data)
     if (used_ + n <= buf_.size()) {
       std::memcpy(buf_.data() + used_, p, n);
       used_ += n;
