@@ -8,24 +8,14 @@
 #include <vector>
 
 #include "core/matrix/matrix.h"
+#include "fuzz/fuzz_input.h"
 
 namespace {
 
 using zorvat::matrix;
 
-struct reader {
-  const uint8_t* p;
-  size_t n;
-  long take(long bound) {  // 0 .. bound - 1
-    if (n == 0 || bound <= 0) return 0;
-    --n;
-    return static_cast<long>(*p++) % bound;
-  }
-};
-
-void check(bool ok) {
-  if (!ok) std::abort();
-}
+using fuzz_input::check;
+using fuzz_input::reader;
 
 // Walks v with its iterator and with an odometer of its own.
 void check_walk(const matrix<double>& v) {

@@ -19,24 +19,14 @@
 
 #include "core/io/dlpack.h"
 #include "core/value/kind_table.h"
+#include "fuzz/fuzz_input.h"
 
 namespace {
 
 using namespace zorvat;
 
-struct reader {
-  const uint8_t* p;
-  size_t n;
-  long take(long bound) {  // 0 .. bound - 1
-    if (n == 0 || bound <= 0) return 0;
-    --n;
-    return static_cast<long>(*p++) % bound;
-  }
-};
-
-void check(bool ok) {
-  if (!ok) std::abort();
-}
+using fuzz_input::check;
+using fuzz_input::reader;
 
 long deleter_calls = 0;
 void count_deleter(DLManagedTensor*) { ++deleter_calls; }

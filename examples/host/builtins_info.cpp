@@ -13,6 +13,7 @@
 #include "typed.h"
 #include "value/cell_array.h"
 #include "value/kind_table.h"
+#include "value/kind_traits.h"
 #include "value/structure.h"
 
 namespace zorvat_host {
@@ -28,25 +29,16 @@ long product(const std::vector<long>& d, size_t from) {
   return n;
 }
 
-template <class P>
-struct sparse_element {
-  using type = void;
-};
-template <class T>
-struct sparse_element<zorvat::sparse_matrix<T>> {
-  using type = T;
-};
-
 // Calls f(type_tag<T>) with the element type of the sparse value v; false
 // (f not called) for any other kind.
 template <class F>
 bool visit_sparse(const zo_obj& v, F&& f) {
   return zorvat::internal::visit_kind(v.type, [&](auto k) {
-    using T = typename sparse_element<typename decltype(k)::payload>::type;
-    if constexpr (std::is_void_v<T>) {
+    using P = typename decltype(k)::payload;
+    if constexpr (!zorvat::internal::is_sparse_v<P>) {
       return false;
     } else {
-      f(type_tag<T>{});
+      f(type_tag<zorvat::internal::payload_element_t<P>>{});
       return true;
     }
   });
