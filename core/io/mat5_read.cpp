@@ -346,10 +346,14 @@ struct reader {
     for (std::uint64_t f = 0; f < nf; ++f) {
       const char* n = reinterpret_cast<const char*>(names_e.data) + f * len;
       std::string name(n, strnlen(n, len));
-      // A repeated name becomes _1_name, _2_name, ... (as SciPy reads it).
-      for (int k = 1; s->isfield(name); ++k) name = "_" + std::to_string(k) + "_" + std::string(n, strnlen(n, len));
       if (name.empty()) corrupt();
-      tables.push_back(&s->create_field_table(name));
+      // A repeated name becomes _1_name, _2_name, ... (as SciPy reads it).
+      // The common case, a new name, costs one look-up.
+      const long before = s->nfields();
+      structure::field_table* t = &s->create_field_table(name);
+      for (int k = 1; s->nfields() == before; ++k)
+        t = &s->create_field_table("_" + std::to_string(k) + "_" + std::string(n, strnlen(n, len)));
+      tables.push_back(t);
     }
     for (std::uint64_t r = 0; r < (nf ? h.count : 0); ++r)
       for (auto* t : tables) t->data()[r] = nested(p, end, depth);
