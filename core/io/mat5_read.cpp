@@ -7,7 +7,9 @@
 // cell or structure element needs at least a tag per element; a compressed
 // variable expands at most by deflate's ratio).  Version 7 variables are
 // decompressed whole with libdeflate into the size that their inner tag
-// declares.  Any fault throws, and the values read so far are dropped.
+// declares; a large top-level array whose data are stored in its own type
+// and the machine's byte order takes that buffer as its storage (no copy into
+// fresh memory).  Any fault throws, and the values read so far are dropped.
 //
 // Chosen conversions: a numeric class stored as another data type is
 // converted; complex integers load as complex double; objects load as
@@ -59,6 +61,7 @@ struct element {
 struct buffer {
   std::unique_ptr<unsigned char[]> p;
   std::size_t n = 0;
+  bool whole = false;  // the whole element, checked
 };
 
 // What a miMATRIX element declares before its data.
@@ -68,6 +71,18 @@ struct array_header {
   std::string name;
   std::uint64_t count = 0;  // product of the dims
 };
+
+// Whether T's data are stored as the data type `type` (no conversion).
+template <class T>
+bool stored_as(std::uint32_t type) {
+#define ZORVAT_MAT5_SAME(kind, U, cls, mi) \
+  if (std::is_same_v<T, U>) return type == mi;
+  ZORVAT_MAT5_NUMERIC(ZORVAT_MAT5_SAME)
+#undef ZORVAT_MAT5_SAME
+  return false;
+}
+
+void free_buffer(void* p) { delete[] static_cast<unsigned char*>(p); }
 
 template <class S>
 S load(bytes_t p, bool swap) {
@@ -85,6 +100,9 @@ struct reader {
   bool swap = false;
   std::uint64_t where = 0;  // offset of the variable being read, for messages
   std::unique_ptr<libdeflate_decompressor, decompressor_deleter> inflater;
+  // The inflated buffer of the variable being read while its top-level
+  // array may still take it as storage; null otherwise.
+  mutable buffer* lendable = nullptr;
 
   [[noreturn]] void corrupt() const {
     throw std::runtime_error(
@@ -187,6 +205,9 @@ struct reader {
     const element re = next(p, end);
     const std::size_t size = mat5_type_size(re.type);
     if (size == 0 || re.bytes % size || re.bytes / size != h.count) corrupt();  // before allocating
+    if constexpr (std::is_arithmetic_v<T> && !std::is_same_v<T, bool>) {
+      if (auto m = borrow<T>(h, re)) return mat_value(kind, std::move(m));
+    }
     auto m = std::make_unique<matrix<T>>(h.dims);
     if constexpr (std::is_same_v<T, std::complex<double>> || std::is_same_v<T, std::complex<float>>) {
       using R = typename T::value_type;
@@ -197,6 +218,27 @@ struct reader {
       convert(re, h.count, m->data(), 1);
     }
     return mat_value(kind, std::move(m));
+  }
+
+  // An array made over the lendable buffer when re's data lie there in T's
+  // own type and byte order, aligned, and fill most of it; null otherwise.
+  template <class T>
+  std::unique_ptr<matrix<T>> borrow(const array_header& h, const element& re) const {
+    buffer* b = lendable;
+    lendable = nullptr;
+    if (!b || swap || !stored_as<T>(re.type) || re.bytes < (std::uint64_t{1} << 16) || re.bytes < b->n / 2 ||
+        reinterpret_cast<std::uintptr_t>(re.data) % alignof(T) || re.data < b->p.get() ||
+        re.data + re.bytes > b->p.get() + b->n)
+      return nullptr;
+    auto m = std::make_unique<matrix<T>>();
+    std::vector<long> dims = h.dims, strides(dims.size(), 1);
+    for (std::size_t k = 1; k < dims.size(); ++k) strides[k] = strides[k - 1] * dims[k - 1];
+    // The block adopts nothing when making it fails: the buffer is still b's.
+    auto block = zo_container<T>::adopt(reinterpret_cast<T*>(const_cast<unsigned char*>(re.data)), h.count,
+                                        &free_buffer, b->p.get());
+    b->p.release();
+    m->assign_block(std::move(block), std::move(dims), std::move(strides), 0);
+    return m;
   }
 
   std::shared_ptr<zo_obj> chars(const array_header& h, bytes_t& p, bytes_t end) const {
@@ -282,6 +324,7 @@ struct reader {
   }
 
   std::shared_ptr<zo_obj> cell(const array_header& h, bytes_t& p, bytes_t end, int depth) const {
+    lendable = nullptr;  // its elements copy out of the buffer
     if (h.count > static_cast<std::uint64_t>(end - p) / 8) corrupt();
     matrix<cell_array::element> slots(h.dims);
     for (std::uint64_t k = 0; k < h.count; ++k) slots.data()[k] = nested(p, end, depth);
@@ -289,6 +332,7 @@ struct reader {
   }
 
   std::shared_ptr<zo_obj> record(const array_header& h, bytes_t& p, bytes_t end, int depth) const {
+    lendable = nullptr;  // its elements copy out of the buffer
     if (h.cls == mx_object) next(p, end);  // the class name
     const element len_e = next(p, end);
     if ((len_e.type != mi_int32 && len_e.type != mi_uint32) || len_e.bytes != 4) corrupt();
@@ -302,10 +346,14 @@ struct reader {
     for (std::uint64_t f = 0; f < nf; ++f) {
       const char* n = reinterpret_cast<const char*>(names_e.data) + f * len;
       std::string name(n, strnlen(n, len));
-      // A repeated name becomes _1_name, _2_name, ... (as SciPy reads it).
-      for (int k = 1; s->isfield(name); ++k) name = "_" + std::to_string(k) + "_" + std::string(n, strnlen(n, len));
       if (name.empty()) corrupt();
-      tables.push_back(&s->create_field_table(name));
+      // A repeated name becomes _1_name, _2_name, ... (as SciPy reads it).
+      // The common case, a new name, costs one look-up.
+      const long before = s->nfields();
+      structure::field_table* t = &s->create_field_table(name);
+      for (int k = 1; s->nfields() == before; ++k)
+        t = &s->create_field_table("_" + std::to_string(k) + "_" + std::string(n, strnlen(n, len)));
+      tables.push_back(t);
     }
     for (std::uint64_t r = 0; r < (nf ? h.count : 0); ++r)
       for (auto* t : tables) t->data()[r] = nested(p, end, depth);
@@ -375,6 +423,7 @@ struct reader {
         got < size)
       corrupt();
     out.n = size;
+    out.whole = true;
     return out;
   }
   // Inflates the first n bytes of e (zlib, streaming) into out; returns the
@@ -435,7 +484,8 @@ void each_variable(reader& rd, bytes_t data, std::size_t size, std::size_t heade
       f(h, [&] { return rd.value(e.data, e.data + e.bytes, 0, h); });
     } else if (e.type == mi_compressed) {
       p = e.data + e.bytes;  // compressed variables are not padded
-      // The header from the first bytes; all of them when it is longer.
+      // The header from the first bytes; from the whole element when they
+      // do not hold it all (the value then reads that same buffer).
       buffer head = rd.inflate(e, header_prefix);
       array_header h;
       for (bool whole = false;; whole = true) {
@@ -453,10 +503,16 @@ void each_variable(reader& rd, bytes_t data, std::size_t size, std::size_t heade
       if (h.name.empty()) continue;
       if (!ascii_name(h.name)) rd.corrupt();
       f(h, [&] {
-        const buffer all = rd.inflate(e, SIZE_MAX);
+        // The header may have needed the whole element already.
+        buffer all = head.whole ? std::move(head) : rd.inflate(e, SIZE_MAX);
         bytes_t a = all.p.get();
         const element m = rd.next(a, all.p.get() + all.n);
         array_header h2;
+        rd.lendable = &all;
+        struct unlend {
+          reader& r;
+          ~unlend() { r.lendable = nullptr; }
+        } guard{rd};
         return rd.value(m.data, m.data + m.bytes, 0, h2);
       });
     } else {

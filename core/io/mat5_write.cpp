@@ -12,10 +12,13 @@
 
 #include <cerrno>
 #include <cstring>
+#include <deque>
 #include <ctime>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <libdeflate.h>
@@ -123,6 +126,11 @@ struct writer {
   std::size_t next = 0;
   sink* out = nullptr;
   std::vector<unsigned char> chunk;  // gathering of converted elements
+  // The field tables of every structure in the order of the names, found
+  // once while measuring (pre-order) and used again while writing.
+  std::vector<std::vector<const matrix<structure::element>*>> tables;
+  std::deque<matrix<structure::element>> copies;  // of tables not contiguous (stay in place)
+  std::size_t next_tables = 0;
 
   [[noreturn]] void too_large() const {
     throw std::runtime_error(str_format(
@@ -186,15 +194,33 @@ struct writer {
       check_dims(s.dim_vec());
       const auto& names = s.fieldnames();
       n = header_size(s.ndims(), name_len) + 8 + element_size(names.size() * field_name_length(s));
-      std::vector<matrix<structure::element>> tables;
-      for (const auto& name : names) tables.push_back(s.get_field_table(name).contiguous());
+      const std::size_t at = field_tables(s);
       const long records = names.empty() ? 0 : element_count_long(s.dim_vec());
       for (long r = 0; r < records; ++r)
-        for (auto& t : tables) n += 8 + measure(t[r].get(), 0, depth + 1);
+        for (const auto* t : tables[at]) n += 8 + measure((*t)[r].get(), 0, depth + 1);
     }
     if (n > mat5_max_variable) too_large();
     sizes[slot] = n;
     return n;
+  }
+  // Finds the tables of s in name order (a hash of the map's names: one
+  // look-up per field whatever their number); returns their place.
+  std::size_t field_tables(const structure& s) {
+    std::unordered_map<std::string_view, const matrix<structure::element>*> by_name;
+    by_name.reserve(s.data().size());
+    for (const auto& [name, table] : s.data()) by_name.emplace(name, &table);
+    std::vector<const matrix<structure::element>*> list;
+    list.reserve(by_name.size());
+    for (const auto& name : s.fieldnames()) {
+      const matrix<structure::element>* t = by_name.at(name);
+      if (!t->is_contiguous()) {
+        copies.push_back(t->contiguous());
+        t = &copies.back();
+      }
+      list.push_back(t);
+    }
+    tables.push_back(std::move(list));
+    return tables.size() - 1;
   }
   std::uint64_t measure_sparse(const zo_obj& v, std::size_t name_len) {
     const matrix_base* a = v.array_base();
@@ -379,11 +405,10 @@ struct writer {
         std::vector<char> packed(names.size() * len, 0);
         for (std::size_t f = 0; f < names.size(); ++f) std::memcpy(&packed[f * len], names[f].data(), names[f].size());
         element(mi_int8, packed.data(), packed.size());
-        std::vector<matrix<structure::element>> tables;
-        for (const auto& n : names) tables.push_back(s.get_field_table(n).contiguous());
+        const auto& list = tables[next_tables++];
         const long records = names.empty() ? 0 : element_count_long(s.dim_vec());
         for (long r = 0; r < records; ++r)
-          for (auto& t : tables) write(t[r].get(), std::string());
+          for (const auto* t : list) write((*t)[r].get(), std::string());
         return;
       }
     }

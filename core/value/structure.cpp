@@ -157,10 +157,10 @@ structure::field_table& structure::create_field_table(const std::string& name) {
 }
 
 structure::field_table& structure::create_field_table_at(long pos, const std::string& name) {
-  auto it = impl_->fields.find(name);
-  if (it != impl_->fields.end()) return it->second;
   pos = std::clamp(pos, 0L, nfields());
-  it = impl_->fields.try_emplace(name, impl_->dims).first;
+  // One descent of the map: the table is made only for a new name.
+  auto [it, fresh] = impl_->fields.try_emplace(name, impl_->dims);
+  if (!fresh) return it->second;
   try {
     fill_fresh(it->second);
     impl_->names.insert(impl_->names.begin() + pos, name);

@@ -100,6 +100,8 @@ std::vector<std::pair<std::string, value_ptr>> exact_values() {
       {"lg", nd<bool>({2, 3}, {true, false, false})},
       {"nd", nd<double>({2, 3, 4}, {1, 2, 3, 5, 7})},
       {"nd1", nd<short>({2, 1, 1, 3}, {-1, 2})},
+      // Over 64 KiB: version 7 loads it in place in the inflated buffer.
+      {"big", nd<int>({40, 30, 21}, {1, -2, 3, -4, 5, -6, 7})},
       {"e0", nd<double>({0, 0}, {0})},
       {"e03", nd<int>({0, 3}, {0})},
       {"e302", nd<float>({3, 0, 2}, {0})},
