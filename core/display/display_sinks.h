@@ -153,10 +153,7 @@ class chunked_writer {
       if (used_ >= chunk) flush();
       return;
     }
-    const std::size_t before = used_ - base_;
-    used_ = base_;
-    if (before != 0) s_.write(buf_ + base_, before);
-    s_.write(buf_ + base_ + before, n);
+    spill(&n, 1);
   }
   // Pieces written one after another at room(), piece k ending ends[k]
   // characters in: joined when the sink takes them so, else inserted one by
@@ -170,11 +167,7 @@ class chunked_writer {
       if (used_ >= chunk) flush();
       return;
     }
-    const std::size_t before = used_ - base_;
-    used_ = base_;
-    if (before != 0) s_.write(buf_ + base_, before);
-    for (std::size_t k = 0, from = 0; k < count; from = ends[k++])
-      s_.write(buf_ + base_ + before + from, ends[k] - from);
+    spill(ends, count);
   }
   void put(char c) {
     *room() = c;
@@ -188,6 +181,16 @@ class chunked_writer {
   }
 
  private:
+  // The sink does not take the pieces at room() joined to what is pending:
+  // the pending text, then each piece, is inserted on its own.
+  void spill(const std::size_t* ends, std::size_t count) {
+    const std::size_t before = used_ - base_;
+    used_ = base_;
+    if (before != 0) s_.write(buf_ + base_, before);
+    for (std::size_t k = 0, from = 0; k < count; from = ends[k++])
+      s_.write(buf_ + base_ + before + from, ends[k] - from);
+  }
+
   S& s_;
   // Where the text starts in buf_: 0, or chunk - 1 for a sink that takes
   // each insertion by itself, so that every commit() reaches chunk and is
